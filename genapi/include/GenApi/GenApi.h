@@ -1,0 +1,10 @@
+// Everything a GenApi client includes.
+#pragma once
+
+#include "GenICam/exceptions.h"
+#include "GenICam/gcstring.h"
+#include "GenApi/Interfaces.h"
+#include "GenApi/MemoryPort.h"
+#include "GenApi/NodeMapRef.h"
+#include "GenApi/Pointer.h"
+#include "GenApi/Types.h"

@@ -1,0 +1,323 @@
+// Builds a node map from description XML with pugixml. The DOM lives only
+// while loading: nodes keep their texts in the map's arena.
+#include <pugixml.hpp>
+
+#include <algorithm>
+#include <cstdio>
+#include <cstring>
+#include <mutex>
+#include <set>
+
+#include "loader/loader.h"
+#include "nodes/node_types.h"
+
+namespace GenApi::detail {
+
+namespace {
+
+std::string_view localName(const char* qualified) {
+    std::string_view n(qualified);
+    size_t colon = n.find(':');
+    return colon == std::string_view::npos ? n : n.substr(colon + 1);
+}
+
+std::string_view trim(std::string_view t) {
+    while (!t.empty() && std::strchr(" \t\r\n", t.front())) t.remove_prefix(1);
+    while (!t.empty() && std::strchr(" \t\r\n", t.back())) t.remove_suffix(1);
+    return t;
+}
+
+// Unknown elements are reported once per process, not once per occurrence.
+void reportUnknownElement(std::string_view element, const std::string& source) {
+    static std::mutex mutex;
+    static std::set<std::string, std::less<>> seen;
+    std::lock_guard guard(mutex);
+    if (seen.count(element)) return;
+    seen.emplace(element);
+    std::fprintf(stderr, "GenApi: ignoring unknown element <%.*s> in %s\n", static_cast<int>(element.size()),
+                 element.data(), source.c_str());
+}
+
+size_t lineOf(std::string_view text, ptrdiff_t offset) {
+    if (offset < 0) return 0;
+    auto end = text.begin() + std::min<ptrdiff_t>(offset, static_cast<ptrdiff_t>(text.size()));
+    return static_cast<size_t>(std::count(text.begin(), end, '\n')) + 1;
+}
+
+} // namespace
+
+struct Loader::Builder {
+    Loader& loader;
+    NodeMap& map;
+
+    TextRef store(std::string_view text) {
+        TextRef r{static_cast<uint32_t>(map.arena_.size()), static_cast<uint32_t>(text.size())};
+        map.arena_.append(text);
+        return r;
+    }
+
+    // The element's text: its PCDATA and CDATA pieces, trimmed.
+    static std::string elementText(const pugi::xml_node& e) {
+        std::string text;
+        for (pugi::xml_node c = e.first_child(); c; c = c.next_sibling())
+            if (c.type() == pugi::node_pcdata || c.type() == pugi::node_cdata) text += c.value();
+        return std::string(trim(text));
+    }
+
+    uint16_t propertyId(std::string_view name) {
+        Prop p = propertyFromName(name);
+        if (p != Prop::Count) return static_cast<uint16_t>(p);
+        auto& extra = map.extraPropertyNames_;
+        for (size_t i = 0; i < extra.size(); ++i)
+            if (extra[i] == name) return static_cast<uint16_t>(kKnownPropertyCount + i);
+        extra.emplace_back(name);
+        return static_cast<uint16_t>(kKnownPropertyCount + extra.size() - 1);
+    }
+
+    void addRecord(const pugi::xml_node& e, uint8_t level) {
+        PropertyRecord r;
+        std::string_view name = localName(e.name());
+        r.name = propertyId(name);
+        r.level = level;
+        r.value = store(elementText(e));
+        std::string attrs;
+        for (pugi::xml_attribute a = e.first_attribute(); a; a = a.next_attribute()) {
+            if (!attrs.empty()) attrs += '\t';
+            attrs += a.name();
+            attrs += '=';
+            attrs += a.value();
+        }
+        r.attributes = store(attrs);
+        map.records_.push_back(r);
+        if (level == 0 && r.name != static_cast<uint16_t>(Prop::Extension))
+            for (pugi::xml_node c = e.first_child(); c; c = c.next_sibling())
+                if (c.type() == pugi::node_element) addRecord(c, 1);
+    }
+
+    Node* newNode(std::string_view type, std::string_view name, ENameSpace ns, const pugi::xml_node& at) {
+        if (name.empty())
+            throw PROPERTY_EXCEPTION("%s: <%.*s> without a Name (offset %td)", loader.source_.c_str(),
+                                     static_cast<int>(type.size()), type.data(), at.offset_debug());
+        auto node = createNode(type, map, static_cast<uint32_t>(map.nodes_.size()));
+        node->setName(store(name), ns);
+        Node* raw = node.get();
+        map.nodes_.push_back(std::move(node));
+        return raw;
+    }
+
+    static ENameSpace nameSpaceOf(const pugi::xml_node& e) {
+        return std::string_view(e.attribute("NameSpace").value()) == "Standard" ? Standard : Custom;
+    }
+
+    void nodeElement(const pugi::xml_node& e, std::string_view type) {
+        Node* node = newNode(type, e.attribute("Name").value(), nameSpaceOf(e), e);
+        auto first = static_cast<uint32_t>(map.records_.size());
+        std::vector<pugi::xml_node> entries;
+        for (pugi::xml_node c = e.first_child(); c; c = c.next_sibling()) {
+            if (c.type() != pugi::node_element) continue;
+            if (type == "Enumeration" && localName(c.name()) == "EnumEntry") {
+                entries.push_back(c);
+                continue;
+            }
+            addRecord(c, 0);
+        }
+        node->setRecords(first, static_cast<uint32_t>(map.records_.size()) - first);
+        if (entries.empty()) return;
+        auto* enumeration = static_cast<EnumerationNode*>(node);
+        std::string enumName(node->name());
+        for (const pugi::xml_node& c : entries) {
+            std::string symbolic = c.attribute("Name").value();
+            // Entries are nodes of their own, named after the enumeration.
+            auto* entry = static_cast<EnumEntryNode*>(
+                newNode("EnumEntry", "EnumEntry_" + enumName + "_" + symbolic, nameSpaceOf(c), c));
+            entry->setSymbolic(store(symbolic));
+            auto entryFirst = static_cast<uint32_t>(map.records_.size());
+            for (pugi::xml_node p = c.first_child(); p; p = p.next_sibling())
+                if (p.type() == pugi::node_element) addRecord(p, 0);
+            entry->setRecords(entryFirst, static_cast<uint32_t>(map.records_.size()) - entryFirst);
+            enumeration->addEntry(entry);
+        }
+    }
+
+    // Each StructEntry becomes a MaskedIntReg with the StructReg's properties
+    // and its own, its own taking precedence.
+    void structReg(const pugi::xml_node& e) {
+        for (pugi::xml_node entry = e.child("StructEntry"); entry; entry = entry.next_sibling("StructEntry")) {
+            Node* node = newNode("MaskedIntReg", entry.attribute("Name").value(), nameSpaceOf(entry), entry);
+            auto first = static_cast<uint32_t>(map.records_.size());
+            std::set<std::string_view> own;
+            for (pugi::xml_node p = entry.first_child(); p; p = p.next_sibling())
+                if (p.type() == pugi::node_element) own.insert(localName(p.name()));
+            for (pugi::xml_node p = e.first_child(); p; p = p.next_sibling()) {
+                if (p.type() != pugi::node_element) continue;
+                std::string_view n = localName(p.name());
+                if (n == "StructEntry" || own.count(n)) continue;
+                addRecord(p, 0);
+            }
+            for (pugi::xml_node p = entry.first_child(); p; p = p.next_sibling())
+                if (p.type() == pugi::node_element) addRecord(p, 0);
+            node->setRecords(first, static_cast<uint32_t>(map.records_.size()) - first);
+        }
+    }
+
+    void children(const pugi::xml_node& parent, int depth) {
+        if (depth > 64) throw PROPERTY_EXCEPTION("%s: Groups nested too deeply", loader.source_.c_str());
+        for (pugi::xml_node e = parent.first_child(); e; e = e.next_sibling()) {
+            if (e.type() != pugi::node_element) continue;
+            std::string_view type = localName(e.name());
+            if (type == "Group") children(e, depth + 1);
+            else if (type == "StructReg") structReg(e);
+            else if (type == "EnumEntry") reportUnknownElement("EnumEntry outside an Enumeration", loader.source_);
+            else if (isNodeType(type)) nodeElement(e, type);
+            else reportUnknownElement(type, loader.source_);
+        }
+    }
+};
+
+Loader::Loader(NodeMap& map, std::string sourceName) : map_(map), source_(std::move(sourceName)) {}
+
+void Loader::load(std::string_view xmlText) {
+    std::string_view xml = stripPreamble(xmlText);
+    if (xml.empty()) throw RUNTIME_EXCEPTION("%s: no XML in the description", source_.c_str());
+    std::string buffer(xml);
+    pugi::xml_document doc;
+    // No DOCTYPE processing: entities declared there are never expanded.
+    pugi::xml_parse_result result =
+        doc.load_buffer_inplace(buffer.data(), buffer.size(), pugi::parse_default, pugi::encoding_auto);
+    if (!result)
+        throw RUNTIME_EXCEPTION("%s: XML error at line %zu: %s", source_.c_str(), lineOf(xml, result.offset),
+                                result.description());
+    pugi::xml_node root = doc.document_element();
+    if (localName(root.name()) != "RegisterDescription")
+        throw RUNTIME_EXCEPTION("%s: not a GenICam description (root element <%s>, not <RegisterDescription>)",
+                                source_.c_str(), root.name());
+    map_.modelName_ = root.attribute("ModelName").value();
+    map_.vendorName_ = root.attribute("VendorName").value();
+
+    map_.arena_.reserve(xml.size() / 2);
+    map_.records_.reserve(xml.size() / 48);
+    map_.nodes_.reserve(xml.size() / 300);
+    Builder builder{*this, map_};
+    builder.children(root, 0);
+    finish();
+}
+
+void Loader::finish() {
+    map_.arena_.shrink_to_fit();
+    map_.records_.shrink_to_fit();
+    map_.byName_.reserve(map_.nodes_.size());
+    for (auto& n : map_.nodes_) {
+        if (!map_.byName_.emplace(n->name(), n.get()).second)
+            throw PROPERTY_EXCEPTION("%s: node '%.*s' is defined twice", source_.c_str(),
+                                     static_cast<int>(n->name().size()), n->name().data());
+    }
+    for (auto& n : map_.nodes_) {
+        const PropertyRecord* records = map_.records(n->firstRecord_);
+        for (uint32_t i = 0; i < n->recordCount_; ++i) {
+            const PropertyRecord& r = records[i];
+            if (r.level != 0) continue;
+            auto prop = r.name < kKnownPropertyCount ? static_cast<Prop>(r.name) : Prop::Count;
+            // Unknown properties stay readable through GetProperty.
+            if (prop != Prop::Count) n->applyProperty(*this, prop, map_.text(r.value), r, n->firstRecord_ + i);
+        }
+        n->finishConfigure(*this);
+    }
+    for (auto& n : map_.nodes_) {
+        for (const Link& l : n->links_) {
+            if (l.role == Prop::pAlias || l.role == Prop::pCastAlias) continue;
+            if (l.role == Prop::pSelected) {
+                n->addDependent(l.node);
+                l.node->addSelecting(n.get());
+            } else {
+                l.node->addDependent(n.get());
+            }
+        }
+        n->links_.shrink_to_fit();
+    }
+    // Features are what the categories from "Root" reach.
+    if (auto* root = dynamic_cast<CategoryNode*>(map_.find("Root"))) {
+        std::vector<CategoryNode*> stack{root};
+        std::vector<bool> seen(map_.nodes_.size());
+        seen[root->index()] = true;
+        while (!stack.empty()) {
+            CategoryNode* c = stack.back();
+            stack.pop_back();
+            for (Node* f : c->features()) {
+                f->markFeature();
+                if (seen[f->index()]) continue;
+                seen[f->index()] = true;
+                if (auto* sub = dynamic_cast<CategoryNode*>(f)) stack.push_back(sub);
+            }
+        }
+    }
+}
+
+Node* Loader::ref(Node& from, Prop role, std::string_view name) {
+    name = trim(name);
+    Node* target = map_.find(name);
+    if (!target)
+        throw PROPERTY_EXCEPTION("%s: node '%.*s' refers to node '%.*s' (%.*s), which does not exist",
+                                 source_.c_str(), static_cast<int>(from.name().size()), from.name().data(),
+                                 static_cast<int>(name.size()), name.data(),
+                                 static_cast<int>(propertyName(role).size()), propertyName(role).data());
+    from.links_.push_back({role, target});
+    target->addParent(&from);
+    return target;
+}
+
+int64_t Loader::toInt(const Node& from, Prop role, std::string_view text) const {
+    int64_t v = 0;
+    if (!parseInt(text, v)) {
+        // Some descriptions write integral constants as floats ("1.0").
+        double d = 0;
+        if (parseFloat(text, d) && d == static_cast<double>(static_cast<int64_t>(d))) return static_cast<int64_t>(d);
+        fail(from, std::string(propertyName(role)) + " '" + std::string(text) + "' is not an integer");
+    }
+    return v;
+}
+
+double Loader::toFloat(const Node& from, Prop role, std::string_view text) const {
+    double v = 0;
+    if (!parseFloat(text, v)) fail(from, std::string(propertyName(role)) + " '" + std::string(text) + "' is not a number");
+    return v;
+}
+
+bool Loader::toBool(const Node& from, Prop role, std::string_view text) const {
+    text = trim(text);
+    if (text == "Yes" || text == "true" || text == "True" || text == "1") return true;
+    if (text == "No" || text == "false" || text == "False" || text == "0") return false;
+    fail(from, std::string(propertyName(role)) + " '" + std::string(text) + "' is not Yes or No");
+}
+
+std::string_view Loader::attribute(const PropertyRecord& r, std::string_view name) const {
+    std::string_view attrs = map_.text(r.attributes);
+    while (!attrs.empty()) {
+        size_t tab = attrs.find('\t');
+        std::string_view pair = attrs.substr(0, tab);
+        size_t eq = pair.find('=');
+        if (eq != std::string_view::npos && pair.substr(0, eq) == name) return pair.substr(eq + 1);
+        if (tab == std::string_view::npos) break;
+        attrs.remove_prefix(tab + 1);
+    }
+    return {};
+}
+
+std::span<const PropertyRecord> Loader::nested(uint32_t index) const {
+    const auto& records = map_.records_;
+    size_t end = index + 1;
+    while (end < records.size() && records[end].level == 1) ++end;
+    return {records.data() + index + 1, end - index - 1};
+}
+
+void Loader::fail(const Node& node, const std::string& what) const {
+    throw PROPERTY_EXCEPTION("%s: node '%.*s' (%s): %s", source_.c_str(), static_cast<int>(node.name().size()),
+                             node.name().data(), node.typeName(), what.c_str());
+}
+
+std::string_view stripPreamble(std::string_view xml) {
+    // A UTF-8 byte order mark or a header line may precede the XML.
+    size_t lt = xml.find('<');
+    return lt == std::string_view::npos ? std::string_view() : xml.substr(lt);
+}
+
+} // namespace GenApi::detail

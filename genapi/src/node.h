@@ -1,0 +1,207 @@
+// The base of every node: the INode services shared by all node types, the
+// engine-internal value protocol that nodes use to read each other, and the
+// property records kept for GetProperty.
+#pragma once
+
+#include <cstdint>
+#include <string>
+#include <string_view>
+#include <utility>
+#include <vector>
+
+#include "GenApi/Interfaces.h"
+#include "GenICam/exceptions.h"
+#include "properties.h"
+
+namespace GenApi::detail {
+
+class NodeMap;
+class Node;
+class Loader;
+
+struct TextRef {
+    uint32_t off = 0;
+    uint32_t len = 0;
+};
+
+struct PropertyRecord {
+    uint16_t name = 0;  // a Prop when below kKnownPropertyCount, else an extra name of the map
+    uint8_t level = 0;  // 0: the node's own property; 1: nested in the preceding level-0 one
+    TextRef value;
+    TextRef attributes; // "Name=Value" pairs separated by tabs
+};
+
+// A reference made by a property: which property, to which node.
+struct Link {
+    Prop role;
+    Node* node;
+};
+
+// A number given either as a constant element or as a reference to a node
+// (Value/pValue, Min/pMin, ...).
+template <class T>
+struct NumberSource {
+    Node* node = nullptr;
+    T constant{};
+    bool present = false;
+    bool isRef() const { return node != nullptr; }
+};
+
+class Node : public virtual INode, public virtual ISelector {
+public:
+    Node(NodeMap& map, uint32_t index);
+    ~Node() override;
+    Node(const Node&) = delete;
+    Node& operator=(const Node&) = delete;
+
+    // ---- INode / IBase
+    EAccessMode GetAccessMode() const override;
+    gcstring GetName(bool fullQualified = false) const override;
+    ENameSpace GetNameSpace() const override { return static_cast<ENameSpace>(nameSpace_); }
+    EVisibility GetVisibility() const override;
+    void InvalidateNode() override;
+    bool IsCachable() const override;
+    ECachingMode GetCachingMode() const override;
+    int64_t GetPollingTime() const override { return pollingTime_; }
+    gcstring GetToolTip() const override;
+    gcstring GetDescription() const override;
+    gcstring GetDisplayName() const override;
+    gcstring GetDeviceName() const override;
+    gcstring GetDocuURL() const override;
+    bool IsDeprecated() const override { return deprecated_; }
+    bool IsStreamable() const override { return streamable_; }
+    int64_t GetEventID() const override { return eventId_; }
+    void GetChildren(NodeList_t& children, ELinkType linkType = ctReadingChildren) const override;
+    void GetParents(NodeList_t& parents) const override;
+    INodeMap* GetNodeMap() const override;
+    bool IsFeature() const override { return isFeature_; }
+    INode* GetAlias() const override { return alias_; }
+    INode* GetCastAlias() const override { return castAlias_; }
+    void GetPropertyNames(gcstring_vector& names) const override;
+    bool GetProperty(const gcstring& name, gcstring& valueStr, gcstring& attributeStr) const override;
+    void ImposeAccessMode(EAccessMode mode) override;
+    void ImposeVisibility(EVisibility visibility) override;
+
+    // ---- ISelector
+    bool IsSelector() const override { return !selected_.empty(); }
+    void GetSelectedFeatures(FeatureList_t& features) const override;
+    void GetSelectingFeatures(FeatureList_t& features) const override;
+
+    // ---- engine-internal protocol; callers hold the node map's lock
+    virtual const char* typeName() const = 0;
+    // Takes one of the node's properties once every node of the map exists;
+    // false when the node's type has no use for it.
+    virtual bool applyProperty(Loader& loader, Prop prop, std::string_view value,
+                               const PropertyRecord& record, uint32_t recordIndex);
+    // Checks and completes the configuration after all properties were applied.
+    virtual void finishConfigure(Loader& /*loader*/) {}
+    // The access mode with every rule applied.
+    EAccessMode access();
+    virtual int64_t getInt(bool verify, bool ignoreCache);
+    virtual void setInt(int64_t value, bool verify);
+    virtual double getFloat(bool verify, bool ignoreCache);
+    virtual void setFloat(double value, bool verify);
+    virtual int64_t intMin();
+    virtual int64_t intMax();
+    virtual int64_t intInc();
+    virtual double floatMin();
+    virtual double floatMax();
+    virtual double floatInc();
+    virtual ERepresentation representation();
+    virtual std::string unit();
+    // Drops cached values of this node.
+    virtual void dropCache() {}
+    // The register part of register-backed nodes.
+    virtual class RegisterCore* registerCore() { return nullptr; }
+    // True when a pIsImplemented/pIsAvailable/pIsLocked style reference holds.
+    bool truth();
+
+    uint32_t index() const { return index_; }
+    std::string_view name() const;
+    NodeMap& map() const { return *map_; }
+    const std::vector<Link>& links() const { return links_; }
+
+    // Used by the loader.
+    void setRecords(uint32_t first, uint32_t count) {
+        firstRecord_ = first;
+        recordCount_ = count;
+    }
+    void setName(TextRef name, ENameSpace ns) {
+        name_ = name;
+        nameSpace_ = static_cast<uint8_t>(ns);
+    }
+    void markFeature() { isFeature_ = true; }
+    void addSelecting(Node* n) { selecting_.push_back(n); }
+    void addParent(Node* n);
+    void addDependent(Node* n);
+    const std::vector<Node*>& dependents() const { return dependents_; }
+
+protected:
+    // The access mode the node's type gives before pIsImplemented,
+    // pIsAvailable, pIsLocked and ImposedAccessMode are applied.
+    virtual EAccessMode baseAccess() { return RO; }
+
+    void requireReadable();
+    void requireWritable();
+    [[noreturn]] void notNumeric(const char* what) const;
+    // A node may not be entered again while it is being evaluated: that is a
+    // cyclic reference in the description.
+    class Busy {
+    public:
+        explicit Busy(Node& node);
+        ~Busy();
+        Busy(const Busy&) = delete;
+        Busy& operator=(const Busy&) = delete;
+
+    private:
+        Node& node_;
+    };
+
+    NodeMap* map_;
+    TextRef name_;
+    TextRef displayName_, toolTip_, description_, docuUrl_;
+    uint32_t index_;
+    uint32_t firstRecord_ = 0;
+    uint32_t recordCount_ = 0;
+    int64_t pollingTime_ = -1;
+    int64_t eventId_ = 0;
+    Node* isImplemented_ = nullptr;
+    Node* isAvailable_ = nullptr;
+    Node* isLocked_ = nullptr;
+    Node* alias_ = nullptr;
+    Node* castAlias_ = nullptr;
+    Node* error_ = nullptr;
+    std::vector<Link> links_;        // every reference this node makes
+    std::vector<Node*> selected_;    // pSelected
+    std::vector<Node*> selecting_;   // nodes whose pSelected names this one
+    std::vector<Node*> parents_;     // nodes that reference this one
+    std::vector<Node*> dependents_;  // nodes whose value may change when this one does
+    uint8_t nameSpace_ = Custom;
+    uint8_t visibility_ = Beginner;
+    uint8_t imposedAccess_ = RW;
+    uint8_t cachable_ = WriteThrough;
+    bool deprecated_ = false;
+    bool streamable_ = false;
+    bool isFeature_ = false;
+    bool busy_ = false;
+    bool accessBusy_ = false;
+
+    friend class Loader;
+    friend class NodeMap;
+};
+
+// Enumeration values from their XML texts; the _Undefined value when unknown.
+ERepresentation parseRepresentation(std::string_view text);
+EDisplayNotation parseDisplayNotation(std::string_view text);
+ESlope parseSlope(std::string_view text);
+bool parseEndianess(std::string_view text, EEndianess& out);
+bool parseSign(std::string_view text, bool& isSigned);
+
+// The text form of a number for ToString.
+std::string formatInt(int64_t v, ERepresentation r);
+std::string formatFloat(double v);
+// Parsing of element texts; false when the text is not a number.
+bool parseInt(std::string_view text, int64_t& out);
+bool parseFloat(std::string_view text, double& out);
+
+} // namespace GenApi::detail

@@ -1,0 +1,85 @@
+// IntConverter: an integer that maps to and from another node through two
+// formulas (FormulaFrom reads, FormulaTo writes).
+#include <algorithm>
+
+#include "loader/loader.h"
+#include "node_map.h"
+#include "nodes/node_types.h"
+
+namespace GenApi::detail {
+
+bool IntConverterNode::applyProperty(Loader& loader, Prop prop, std::string_view value,
+                                     const PropertyRecord& record, uint32_t recordIndex) {
+    if (vars_.take(loader, *this, record, value)) return true;
+    switch (prop) {
+    case Prop::FormulaTo: toText_ = std::string(value); return true;
+    case Prop::FormulaFrom: fromText_ = std::string(value); return true;
+    case Prop::pValue: value_ = loader.ref(*this, prop, value); return true;
+    case Prop::Slope:
+        slope_ = parseSlope(value);
+        if (slope_ == _UndefinedESlope) loader.fail(*this, "unknown Slope '" + std::string(value) + "'");
+        return true;
+    case Prop::Representation:
+        representation_ = parseRepresentation(value);
+        if (representation_ == _UndefinedRepresentation)
+            loader.fail(*this, "unknown Representation '" + std::string(value) + "'");
+        return true;
+    case Prop::Unit: unit_ = record.value; return true;
+    default: return IntegerBase::applyProperty(loader, prop, value, record, recordIndex);
+    }
+}
+
+void IntConverterNode::finishConfigure(Loader& loader) {
+    if (!value_) loader.fail(*this, "IntConverter without pValue");
+    if (toText_.empty() || fromText_.empty()) loader.fail(*this, "IntConverter without FormulaTo and FormulaFrom");
+    vars_.bindTo(value_);
+}
+
+std::string IntConverterNode::unit() { return std::string(map_->text(unit_)); }
+
+EAccessMode IntConverterNode::baseAccess() {
+    Busy busy(*this);
+    EAccessMode m = value_->access();
+    if (vars_.access() == NA) return NA;
+    return m;
+}
+
+int64_t IntConverterNode::getInt(bool, bool) {
+    Busy busy(*this);
+    return vars_.compiled(from_, fromText_, name()).evaluateInt(vars_);
+}
+
+void IntConverterNode::setInt(int64_t value, bool verify) {
+    Busy busy(*this);
+    vars_.setFrom(value);
+    int64_t device = vars_.compiled(to_, toText_, name()).evaluateInt(vars_);
+    value_->setInt(device, verify);
+}
+
+int64_t IntConverterNode::convertFrom(int64_t deviceValue) {
+    vars_.overrideTo(deviceValue);
+    struct Clear {
+        NodeVariables& v;
+        ~Clear() { v.clearOverride(); }
+    } clear{vars_};
+    return vars_.compiled(from_, fromText_, name()).evaluateInt(vars_);
+}
+
+// The limits are the pValue's limits seen through FormulaFrom.
+int64_t IntConverterNode::naturalMin() {
+    Busy busy(*this);
+    int64_t a = convertFrom(value_->intMin());
+    if (slope_ == Increasing) return a;
+    int64_t b = convertFrom(value_->intMax());
+    return slope_ == Decreasing ? b : std::min(a, b);
+}
+
+int64_t IntConverterNode::naturalMax() {
+    Busy busy(*this);
+    int64_t b = convertFrom(value_->intMax());
+    if (slope_ == Increasing) return b;
+    int64_t a = convertFrom(value_->intMin());
+    return slope_ == Decreasing ? a : std::max(a, b);
+}
+
+} // namespace GenApi::detail
