@@ -5,6 +5,7 @@ QUILLON_PACKAGES=(
   cmake g++ make pkg-config
   libpugixml-dev libzip-dev zlib1g-dev
   libgtest-dev libgmock-dev libbenchmark-dev
+  libaravis-dev libusb-1.0-0-dev
 )
 
 quillon_ensure_packages() {

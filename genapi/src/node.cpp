@@ -73,7 +73,18 @@ gcstring Node::GetDisplayName() const {
 }
 
 gcstring Node::GetDeviceName() const { return map_->GetDeviceName(); }
-gcstring Node::GetDocuURL() const { return gcstring(map_->text(docuUrl_)); }
+gcstring Node::GetDocuURL() const { return extras_ ? gcstring(map_->text(extras_->docuUrl)) : gcstring(); }
+
+Node::Extras& Node::extras() {
+    if (!extras_) extras_ = std::make_unique<Extras>();
+    return *extras_;
+}
+
+bool Node::IsSelector() const {
+    for (const Link& l : links_)
+        if (l.role == Prop::pSelected) return true;
+    return false;
+}
 INodeMap* Node::GetNodeMap() const { return map_; }
 
 bool Node::IsCachable() const { return cachable_ != NoCache; }
@@ -83,10 +94,6 @@ void Node::InvalidateNode() {
     std::lock_guard guard(map_->mutex());
     dropCache();
     for (Node* d : dependents_) d->dropCache();
-}
-
-void Node::addParent(Node* n) {
-    if (std::find(parents_.begin(), parents_.end(), n) == parents_.end()) parents_.push_back(n);
 }
 
 void Node::addDependent(Node* n) {
@@ -120,18 +127,25 @@ void Node::GetChildren(NodeList_t& children, ELinkType linkType) const {
 }
 
 void Node::GetParents(NodeList_t& parents) const {
-    parents.assign(parents_.begin(), parents_.end());
+    // Parents are rarely asked for: found by scanning instead of stored.
+    parents.clear();
+    for (const auto& n : map_->nodes())
+        for (const Link& l : n->links_)
+            if (l.node == this && std::find(parents.begin(), parents.end(), n.get()) == parents.end())
+                parents.push_back(n.get());
 }
 
 void Node::GetSelectedFeatures(FeatureList_t& features) const {
     features.clear();
-    for (Node* n : selected_)
-        if (auto* v = dynamic_cast<IValue*>(n)) features.push_back(v);
+    for (const Link& l : links_)
+        if (l.role == Prop::pSelected)
+            if (auto* v = dynamic_cast<IValue*>(l.node)) features.push_back(v);
 }
 
 void Node::GetSelectingFeatures(FeatureList_t& features) const {
     features.clear();
-    for (Node* n : selecting_)
+    if (!extras_) return;
+    for (Node* n : extras_->selecting)
         if (auto* v = dynamic_cast<IValue*>(n)) features.push_back(v);
 }
 
@@ -276,7 +290,7 @@ bool Node::applyProperty(Loader& loader, Prop prop, std::string_view value, cons
         if (prop == Prop::ToolTip) toolTip_ = ref;
         else if (prop == Prop::Description) description_ = ref;
         else if (prop == Prop::DisplayName) displayName_ = ref;
-        else docuUrl_ = ref;
+        else extras().docuUrl = ref;
         return true;
     }
     case Prop::Visibility: {
@@ -292,7 +306,7 @@ bool Node::applyProperty(Loader& loader, Prop prop, std::string_view value, cons
         uint64_t id = 0;
         auto res = std::from_chars(value.data(), value.data() + value.size(), id, 16);
         if (res.ec != std::errc()) loader.fail(*this, "EventID '" + std::string(value) + "' is not hexadecimal");
-        eventId_ = static_cast<int64_t>(id);
+        extras().eventId = static_cast<int64_t>(id);
         return true;
     }
     case Prop::PollingTime: pollingTime_ = loader.toInt(*this, prop, value); return true;
@@ -311,12 +325,12 @@ bool Node::applyProperty(Loader& loader, Prop prop, std::string_view value, cons
     case Prop::pIsImplemented: isImplemented_ = loader.ref(*this, prop, value); return true;
     case Prop::pIsAvailable: isAvailable_ = loader.ref(*this, prop, value); return true;
     case Prop::pIsLocked: isLocked_ = loader.ref(*this, prop, value); return true;
-    case Prop::pError: error_ = loader.ref(*this, prop, value); return true;
-    case Prop::pAlias: alias_ = loader.ref(*this, prop, value); return true;
-    case Prop::pCastAlias: castAlias_ = loader.ref(*this, prop, value); return true;
+    case Prop::pError: extras().error = loader.ref(*this, prop, value); return true;
+    case Prop::pAlias: extras().alias = loader.ref(*this, prop, value); return true;
+    case Prop::pCastAlias: extras().castAlias = loader.ref(*this, prop, value); return true;
     case Prop::pInvalidator: loader.ref(*this, prop, value); return true;
     case Prop::pBlockPolling: loader.ref(*this, prop, value); return true;
-    case Prop::pSelected: selected_.push_back(loader.ref(*this, prop, value)); return true;
+    case Prop::pSelected: loader.ref(*this, prop, value); return true;
     case Prop::Extension: return true;
     default: return false;
     }

@@ -4,6 +4,7 @@
 #pragma once
 
 #include <cstdint>
+#include <memory>
 #include <string>
 #include <string_view>
 #include <utility>
@@ -70,20 +71,20 @@ public:
     gcstring GetDocuURL() const override;
     bool IsDeprecated() const override { return deprecated_; }
     bool IsStreamable() const override { return streamable_; }
-    int64_t GetEventID() const override { return eventId_; }
+    int64_t GetEventID() const override { return extras_ ? extras_->eventId : 0; }
     void GetChildren(NodeList_t& children, ELinkType linkType = ctReadingChildren) const override;
     void GetParents(NodeList_t& parents) const override;
     INodeMap* GetNodeMap() const override;
     bool IsFeature() const override { return isFeature_; }
-    INode* GetAlias() const override { return alias_; }
-    INode* GetCastAlias() const override { return castAlias_; }
+    INode* GetAlias() const override { return extras_ ? extras_->alias : nullptr; }
+    INode* GetCastAlias() const override { return extras_ ? extras_->castAlias : nullptr; }
     void GetPropertyNames(gcstring_vector& names) const override;
     bool GetProperty(const gcstring& name, gcstring& valueStr, gcstring& attributeStr) const override;
     void ImposeAccessMode(EAccessMode mode) override;
     void ImposeVisibility(EVisibility visibility) override;
 
     // ---- ISelector
-    bool IsSelector() const override { return !selected_.empty(); }
+    bool IsSelector() const override;
     void GetSelectedFeatures(FeatureList_t& features) const override;
     void GetSelectingFeatures(FeatureList_t& features) const override;
 
@@ -131,8 +132,7 @@ public:
         nameSpace_ = static_cast<uint8_t>(ns);
     }
     void markFeature() { isFeature_ = true; }
-    void addSelecting(Node* n) { selecting_.push_back(n); }
-    void addParent(Node* n);
+    void addSelecting(Node* n) { extras().selecting.push_back(n); }
     void addDependent(Node* n);
     const std::vector<Node*>& dependents() const { return dependents_; }
 
@@ -157,24 +157,29 @@ protected:
         Node& node_;
     };
 
+    // What few nodes have lives apart, to keep every node small.
+    struct Extras {
+        Node* error = nullptr;
+        Node* alias = nullptr;
+        Node* castAlias = nullptr;
+        std::vector<Node*> selecting; // nodes whose pSelected names this one
+        TextRef docuUrl;
+        int64_t eventId = 0;
+    };
+    Extras& extras();
+
     NodeMap* map_;
     TextRef name_;
-    TextRef displayName_, toolTip_, description_, docuUrl_;
+    TextRef displayName_, toolTip_, description_;
     uint32_t index_;
     uint32_t firstRecord_ = 0;
     uint32_t recordCount_ = 0;
     int64_t pollingTime_ = -1;
-    int64_t eventId_ = 0;
     Node* isImplemented_ = nullptr;
     Node* isAvailable_ = nullptr;
     Node* isLocked_ = nullptr;
-    Node* alias_ = nullptr;
-    Node* castAlias_ = nullptr;
-    Node* error_ = nullptr;
+    std::unique_ptr<Extras> extras_;
     std::vector<Link> links_;        // every reference this node makes
-    std::vector<Node*> selected_;    // pSelected
-    std::vector<Node*> selecting_;   // nodes whose pSelected names this one
-    std::vector<Node*> parents_;     // nodes that reference this one
     std::vector<Node*> dependents_;  // nodes whose value may change when this one does
     uint8_t nameSpace_ = Custom;
     uint8_t visibility_ = Beginner;

@@ -1,5 +1,7 @@
 #include "node_map.h"
 
+#include <algorithm>
+
 #include "nodes/node_types.h"
 
 namespace GenApi::detail {
@@ -8,8 +10,9 @@ NodeMap::NodeMap(std::string deviceName) : deviceName_(std::move(deviceName)) {}
 NodeMap::~NodeMap() = default;
 
 Node* NodeMap::find(std::string_view name) const {
-    auto it = byName_.find(name);
-    return it == byName_.end() ? nullptr : it->second;
+    auto it = std::lower_bound(byName_.begin(), byName_.end(), name,
+                               [](const auto& entry, std::string_view n) { return entry.first < n; });
+    return it != byName_.end() && it->first == name ? it->second : nullptr;
 }
 
 std::string_view NodeMap::recordName(const PropertyRecord& r) const {

@@ -1054,11 +1054,10 @@ private:
         }
         const auto first = static_cast<ptrdiff_t>(n) - 1 - inputs;
         if (first < static_cast<ptrdiff_t>(barrier_)) return;
-        std::vector<Instr> slice(code_.begin() + first, code_.end());
-        for (size_t k = 0; k + 1 < slice.size(); ++k)
-            if (slice[k].op != Op::Const) return;
+        for (size_t k = static_cast<size_t>(first); k + 1 < n; ++k)
+            if (code_[k].op != Op::Const) return;
         Value v;
-        if (!foldable(std::move(slice), v)) return;
+        if (!foldable(std::vector<Instr>(code_.begin() + first, code_.end()), v)) return;
         code_.resize(static_cast<size_t>(first));
         code_.push_back(Instr{Op::Const, 0, v});
     }

@@ -205,12 +205,14 @@ void Loader::load(std::string_view xmlText) {
 void Loader::finish() {
     map_.arena_.shrink_to_fit();
     map_.records_.shrink_to_fit();
-    map_.byName_.reserve(map_.nodes_.size());
-    for (auto& n : map_.nodes_) {
-        if (!map_.byName_.emplace(n->name(), n.get()).second)
+    auto& index = map_.byName_;
+    index.reserve(map_.nodes_.size());
+    for (auto& n : map_.nodes_) index.emplace_back(n->name(), n.get());
+    std::sort(index.begin(), index.end(), [](const auto& a, const auto& b) { return a.first < b.first; });
+    for (size_t i = 1; i < index.size(); ++i)
+        if (index[i].first == index[i - 1].first)
             throw PROPERTY_EXCEPTION("%s: node '%.*s' is defined twice", source_.c_str(),
-                                     static_cast<int>(n->name().size()), n->name().data());
-    }
+                                     static_cast<int>(index[i].first.size()), index[i].first.data());
     for (auto& n : map_.nodes_) {
         const PropertyRecord* records = map_.records(n->firstRecord_);
         for (uint32_t i = 0; i < n->recordCount_; ++i) {
@@ -261,7 +263,6 @@ Node* Loader::ref(Node& from, Prop role, std::string_view name) {
                                  static_cast<int>(name.size()), name.data(),
                                  static_cast<int>(propertyName(role).size()), propertyName(role).data());
     from.links_.push_back({role, target});
-    target->addParent(&from);
     return target;
 }
 
