@@ -50,6 +50,8 @@ EAccessMode restrict(EAccessMode mode, EAccessMode imposed) {
 } // namespace
 
 Node::Node(NodeMap& map, uint32_t index) : map_(&map), index_(index) {}
+
+void NodeDestroyer::operator()(Node* node) const { node->~Node(); }
 Node::~Node() = default;
 
 std::string_view Node::name() const { return map_->text(name_); }
@@ -81,7 +83,7 @@ Node::Extras& Node::extras() {
 }
 
 bool Node::IsSelector() const {
-    for (const Link& l : links_)
+    for (const Link& l : links())
         if (l.role == Prop::pSelected) return true;
     return false;
 }
@@ -92,18 +94,56 @@ ECachingMode Node::GetCachingMode() const { return static_cast<ECachingMode>(cac
 
 void Node::InvalidateNode() {
     std::lock_guard guard(map_->mutex());
-    dropCache();
-    for (Node* d : dependents_) d->dropCache();
+    // The next read must reach the device: drop what the node reads from
+    // (down to the registers) ...
+    std::vector<Node*> stack{this};
+    std::vector<Node*> seen;
+    while (!stack.empty()) {
+        Node* n = stack.back();
+        stack.pop_back();
+        if (std::find(seen.begin(), seen.end(), n) != seen.end()) continue;
+        seen.push_back(n);
+        n->dropCache();
+        for (const Link& l : n->links())
+            if (l.role != Prop::pInvalidator && l.role != Prop::pSelected && l.role != Prop::pAlias &&
+                l.role != Prop::pCastAlias)
+                stack.push_back(l.node);
+    }
+    // ... and every value computed from it, however many nodes away.
+    map_->valueChanged(this);
 }
 
-void Node::addDependent(Node* n) {
-    if (n != this && std::find(dependents_.begin(), dependents_.end(), n) == dependents_.end())
-        dependents_.push_back(n);
+CallbackHandleType Node::RegisterCallback(CNodeCallback* callback) {
+    if (!callback) throw INVALID_ARGUMENT_EXCEPTION("No callback given");
+    std::lock_guard guard(map_->mutex());
+    std::shared_ptr<CNodeCallback> owned(callback, [](CNodeCallback* c) { c->Destroy(); });
+    extras().callbacks.push_back(owned);
+    return reinterpret_cast<CallbackHandleType>(callback);
+}
+
+bool Node::DeregisterCallback(CallbackHandleType handle) {
+    std::lock_guard guard(map_->mutex());
+    if (!extras_) return false;
+    auto& list = extras_->callbacks;
+    for (auto it = list.begin(); it != list.end(); ++it) {
+        if (reinterpret_cast<CallbackHandleType>(it->get()) != handle) continue;
+        list.erase(it);
+        return true;
+    }
+    return false;
+}
+
+std::span<const Link> Node::links() const {
+    return {map_->linkPool_.data() + linkBegin_, linkCount_};
+}
+
+std::span<Node* const> Node::dependents() const {
+    return {map_->dependentPool_.data() + dependentBegin_, dependentCount_};
 }
 
 void Node::GetChildren(NodeList_t& children, ELinkType linkType) const {
     children.clear();
-    for (const Link& l : links_) {
+    for (const Link& l : links()) {
         bool take = false;
         switch (linkType) {
         case ctReadingChildren:
@@ -130,14 +170,14 @@ void Node::GetParents(NodeList_t& parents) const {
     // Parents are rarely asked for: found by scanning instead of stored.
     parents.clear();
     for (const auto& n : map_->nodes())
-        for (const Link& l : n->links_)
+        for (const Link& l : n->links())
             if (l.node == this && std::find(parents.begin(), parents.end(), n.get()) == parents.end())
                 parents.push_back(n.get());
 }
 
 void Node::GetSelectedFeatures(FeatureList_t& features) const {
     features.clear();
-    for (const Link& l : links_)
+    for (const Link& l : links())
         if (l.role == Prop::pSelected)
             if (auto* v = dynamic_cast<IValue*>(l.node)) features.push_back(v);
 }
@@ -192,6 +232,15 @@ EAccessMode Node::GetAccessMode() const {
     std::lock_guard guard(map_->mutex());
     return const_cast<Node*>(this)->access();
 }
+
+EvaluationLevel::EvaluationLevel(std::string_view what) {
+    if (evaluationDepth >= kMaxEvaluationDepth)
+        throw LOGICAL_ERROR_EXCEPTION("'%.*s': evaluation nested deeper than %d levels",
+                                      static_cast<int>(what.size()), what.data(), kMaxEvaluationDepth);
+    ++evaluationDepth;
+}
+
+EvaluationLevel::~EvaluationLevel() { --evaluationDepth; }
 
 Node::Busy::Busy(Node& node) : node_(node) {
     if (node.busy_)
@@ -364,6 +413,32 @@ bool parseInt(std::string_view t, int64_t& out) {
     return true;
 }
 
+namespace {
+// The power of ten of a decimal text's leading digit ("123e5" gives 7, "0.001"
+// gives -3); exponents too long to read count as far beyond any double.
+long long decimalExponent(std::string_view t) {
+    if (!t.empty() && (t.front() == '-' || t.front() == '+')) t.remove_prefix(1);
+    size_t e = t.find_first_of("eE");
+    std::string_view mantissa = t.substr(0, e);
+    long long exponent = 0;
+    if (e != std::string_view::npos) {
+        std::string_view x = t.substr(e + 1);
+        bool negative = !x.empty() && x.front() == '-';
+        if (!x.empty() && (x.front() == '-' || x.front() == '+')) x.remove_prefix(1);
+        long long v = 0;
+        if (std::from_chars(x.data(), x.data() + x.size(), v).ec == std::errc::result_out_of_range) v = 1000000000;
+        exponent = negative ? -v : v;
+    }
+    size_t dot = mantissa.find('.');
+    std::string_view whole = mantissa.substr(0, dot);
+    size_t first = whole.find_first_not_of('0');
+    if (first != std::string_view::npos) return exponent + static_cast<long long>(whole.size() - first - 1);
+    std::string_view fraction = dot == std::string_view::npos ? std::string_view() : mantissa.substr(dot + 1);
+    size_t lead = fraction.find_first_not_of('0');
+    return exponent - static_cast<long long>(lead == std::string_view::npos ? 0 : lead + 1);
+}
+} // namespace
+
 bool parseFloat(std::string_view t, double& out) {
     while (!t.empty() && (t.front() == ' ' || t.front() == '\t' || t.front() == '\n' || t.front() == '\r'))
         t.remove_prefix(1);
@@ -378,7 +453,14 @@ bool parseFloat(std::string_view t, double& out) {
         return true;
     }
     auto res = std::from_chars(t.data(), t.data() + t.size(), out);
-    if (res.ec == std::errc::result_out_of_range) return true;
+    if (res.ec == std::errc::result_out_of_range) {
+        // from_chars leaves `out` alone here: a text beyond double's range is
+        // infinity when too large and zero when too small.
+        if (res.ptr != t.data() + t.size()) return false;
+        bool negative = t.front() == '-';
+        out = decimalExponent(t) > 0 ? (negative ? -HUGE_VAL : HUGE_VAL) : (negative ? -0.0 : 0.0);
+        return true;
+    }
     if (res.ec != std::errc() || res.ptr != t.data() + t.size()) {
         // A few descriptions write INF / -INF for unbounded limits.
         if (t == "INF" || t == "inf") return out = HUGE_VAL, true;

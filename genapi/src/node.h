@@ -5,11 +5,13 @@
 
 #include <cstdint>
 #include <memory>
+#include <span>
 #include <string>
 #include <string_view>
 #include <utility>
 #include <vector>
 
+#include "GenApi/Callback.h"
 #include "GenApi/Interfaces.h"
 #include "GenICam/exceptions.h"
 #include "properties.h"
@@ -19,15 +21,18 @@ namespace GenApi::detail {
 class NodeMap;
 class Node;
 class Loader;
+class Archive;
 
+// Trivial types (no member initialisers), so that arrays of records load as
+// one block; members of these types are initialised where they are declared.
 struct TextRef {
-    uint32_t off = 0;
-    uint32_t len = 0;
+    uint32_t off;
+    uint32_t len;
 };
 
 struct PropertyRecord {
-    uint16_t name = 0;  // a Prop when below kKnownPropertyCount, else an extra name of the map
-    uint8_t level = 0;  // 0: the node's own property; 1: nested in the preceding level-0 one
+    uint16_t name;  // a Prop when below kKnownPropertyCount, else an extra name of the map
+    uint8_t level;  // 0: the node's own property; 1: nested in the preceding level-0 one
     TextRef value;
     TextRef attributes; // "Name=Value" pairs separated by tabs
 };
@@ -47,6 +52,24 @@ struct NumberSource {
     bool present = false;
     bool isRef() const { return node != nullptr; }
 };
+
+// One level of nested evaluation for as long as it lives. Nodes reading nodes
+// and formula expressions reading expressions count against the same
+// per-thread limit, so that no description can exhaust the stack.
+class EvaluationLevel {
+public:
+    explicit EvaluationLevel(std::string_view what);
+    ~EvaluationLevel();
+    EvaluationLevel(const EvaluationLevel&) = delete;
+    EvaluationLevel& operator=(const EvaluationLevel&) = delete;
+};
+
+// Nodes live in their node map's memory block: destroying one runs its
+// destructor only, the block goes with the map.
+struct NodeDestroyer {
+    void operator()(Node* node) const;
+};
+using NodePtr = std::unique_ptr<Node, NodeDestroyer>;
 
 class Node : public virtual INode, public virtual ISelector {
 public:
@@ -82,6 +105,8 @@ public:
     bool GetProperty(const gcstring& name, gcstring& valueStr, gcstring& attributeStr) const override;
     void ImposeAccessMode(EAccessMode mode) override;
     void ImposeVisibility(EVisibility visibility) override;
+    CallbackHandleType RegisterCallback(CNodeCallback* callback) override;
+    bool DeregisterCallback(CallbackHandleType handle) override;
 
     // ---- ISelector
     bool IsSelector() const override;
@@ -96,6 +121,8 @@ public:
                                const PropertyRecord& record, uint32_t recordIndex);
     // Checks and completes the configuration after all properties were applied.
     virtual void finishConfigure(Loader& /*loader*/) {}
+    // Writes or reads the configured state (the node-map cache).
+    virtual void serialize(Archive& archive);
     // The access mode with every rule applied.
     EAccessMode access();
     virtual int64_t getInt(bool verify, bool ignoreCache);
@@ -120,7 +147,8 @@ public:
     uint32_t index() const { return index_; }
     std::string_view name() const;
     NodeMap& map() const { return *map_; }
-    const std::vector<Link>& links() const { return links_; }
+    // Every reference this node makes, in description order.
+    std::span<const Link> links() const;
 
     // Used by the loader.
     void setRecords(uint32_t first, uint32_t count) {
@@ -133,8 +161,11 @@ public:
     }
     void markFeature() { isFeature_ = true; }
     void addSelecting(Node* n) { extras().selecting.push_back(n); }
-    void addDependent(Node* n);
-    const std::vector<Node*>& dependents() const { return dependents_; }
+    // The nodes whose value may change when this one's does.
+    std::span<Node* const> dependents() const;
+    bool hasCallbacks() const { return extras_ && !extras_->callbacks.empty(); }
+    const std::vector<std::shared_ptr<CNodeCallback>>& callbacks() const { return extras_->callbacks; }
+    bool callbackPending_ = false;
 
 protected:
     // The access mode the node's type gives before pIsImplemented,
@@ -163,14 +194,16 @@ protected:
         Node* alias = nullptr;
         Node* castAlias = nullptr;
         std::vector<Node*> selecting; // nodes whose pSelected names this one
-        TextRef docuUrl;
+        // Shared so that a callback due outside the lock outlives its deregistration.
+        std::vector<std::shared_ptr<CNodeCallback>> callbacks;
+        TextRef docuUrl{};
         int64_t eventId = 0;
     };
     Extras& extras();
 
     NodeMap* map_;
-    TextRef name_;
-    TextRef displayName_, toolTip_, description_;
+    TextRef name_{};
+    TextRef displayName_{}, toolTip_{}, description_{};
     uint32_t index_;
     uint32_t firstRecord_ = 0;
     uint32_t recordCount_ = 0;
@@ -179,8 +212,10 @@ protected:
     Node* isAvailable_ = nullptr;
     Node* isLocked_ = nullptr;
     std::unique_ptr<Extras> extras_;
-    std::vector<Link> links_;        // every reference this node makes
-    std::vector<Node*> dependents_;  // nodes whose value may change when this one does
+    // Ranges in the node map's link and dependent pools: one allocation for
+    // all nodes instead of two per node.
+    uint32_t linkBegin_ = 0, linkCount_ = 0;
+    uint32_t dependentBegin_ = 0, dependentCount_ = 0;
     uint8_t nameSpace_ = Custom;
     uint8_t visibility_ = Beginner;
     uint8_t imposedAccess_ = RW;
@@ -193,6 +228,7 @@ protected:
 
     friend class Loader;
     friend class NodeMap;
+    friend class NodeMapCache;
 };
 
 // Enumeration values from their XML texts; the _Undefined value when unknown.

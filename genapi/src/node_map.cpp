@@ -2,12 +2,57 @@
 
 #include <algorithm>
 
+#include "GenApi/Callback.h"
 #include "nodes/node_types.h"
 
 namespace GenApi::detail {
 
-NodeMap::NodeMap(std::string deviceName) : deviceName_(std::move(deviceName)) {}
-NodeMap::~NodeMap() = default;
+NodeMap::NodeMap(std::string deviceName) : deviceName_(std::move(deviceName)) {
+    lock_.SetReleaseHook([this] { fireInsideLock(); }, [this] { fireOutsideLock(); });
+}
+
+NodeMap::~NodeMap() { lock_.SetReleaseHook(nullptr, nullptr); }
+
+namespace {
+// Outside-lock callbacks collected by this thread while it held the lock.
+thread_local std::vector<std::shared_ptr<CNodeCallback>> outsideLockDue;
+} // namespace
+
+void NodeMap::fireInsideLock() {
+    // A callback may write nodes and so schedule more callbacks; a few rounds
+    // settle that, and a description that never settles cannot hang us.
+    for (int round = 0; round < 16 && !pending_.empty(); ++round) {
+        std::vector<Node*> due;
+        due.swap(pending_);
+        for (Node* n : due) n->callbackPending_ = false;
+        for (Node* n : due) {
+            for (const auto& cb : n->callbacks()) {
+                if (cb->GetCallbackType() == cbPostOutsideLock) {
+                    outsideLockDue.push_back(cb);
+                    continue;
+                }
+                try {
+                    (*cb)(cbPostInsideLock);
+                } catch (...) {
+                    // A client's failure must not break the node map's state.
+                }
+            }
+        }
+    }
+    for (Node* n : pending_) n->callbackPending_ = false;
+    pending_.clear();
+}
+
+void NodeMap::fireOutsideLock() {
+    std::vector<std::shared_ptr<CNodeCallback>> due;
+    due.swap(outsideLockDue);
+    for (const auto& cb : due) {
+        try {
+            (*cb)(cbPostOutsideLock);
+        } catch (...) {
+        }
+    }
+}
 
 Node* NodeMap::find(std::string_view name) const {
     auto it = std::lower_bound(byName_.begin(), byName_.end(), name,
@@ -30,12 +75,17 @@ void NodeMap::GetNodes(NodeList_t& nodes) const {
 INode* NodeMap::GetNode(const gcstring& name) const { return find(std::string_view(name)); }
 
 void NodeMap::InvalidateNodes() const {
-    std::lock_guard guard(mutex_);
+    std::lock_guard guard(lock_);
     for (const auto& n : nodes_) n->dropCache();
+    for (const auto& n : nodes_)
+        if (n->hasCallbacks() && !n->callbackPending_) {
+            n->callbackPending_ = true;
+            const_cast<NodeMap*>(this)->pending_.push_back(n.get());
+        }
 }
 
 bool NodeMap::Connect(IPort* port, const gcstring& portName) const {
-    std::lock_guard guard(mutex_);
+    std::lock_guard guard(lock_);
     auto* p = dynamic_cast<PortNode*>(find(std::string_view(portName)));
     if (!p) return false;
     p->connect(port);
@@ -46,7 +96,24 @@ bool NodeMap::Connect(IPort* port, const gcstring& portName) const {
 
 bool NodeMap::Connect(IPort* port) const { return Connect(port, "Device"); }
 
-void NodeMap::Poll(int64_t) {}
+void NodeMap::Poll(int64_t elapsedTime) {
+    std::lock_guard guard(lock_);
+    if (!polledKnown_) {
+        for (const auto& n : nodes_)
+            if (n->GetPollingTime() > 0) polled_.emplace_back(n.get(), n->GetPollingTime());
+        polledKnown_ = true;
+    }
+    for (auto& [node, left] : polled_) {
+        left -= elapsedTime;
+        if (left > 0) continue;
+        // Due: the next period counts from when this one ended, so cadence
+        // does not drift with the caller's tick; a long gap makes it due once.
+        left += node->GetPollingTime();
+        if (left <= 0) left = node->GetPollingTime();
+        node->dropCache();
+        valueChanged(node);
+    }
+}
 
 void NodeMap::registerWritten(const Node* writer, int64_t address, int64_t length, const void* port) {
     for (Node* r : registers_) {
@@ -73,7 +140,12 @@ void NodeMap::valueChanged(Node* changed) {
     queue.push_back(changed);
     visitMark_[changed->index()] = generation;
     for (size_t i = 0; i < queue.size(); ++i) {
-        for (Node* d : queue[i]->dependents()) {
+        Node* n = queue[i];
+        if (n->hasCallbacks() && !n->callbackPending_) {
+            n->callbackPending_ = true;
+            pending_.push_back(n);
+        }
+        for (Node* d : n->dependents()) {
             if (visitMark_[d->index()] == generation) continue;
             visitMark_[d->index()] = generation;
             d->dropCache();

@@ -2,6 +2,8 @@
 // strings live in, the lock every access takes, and the port connections.
 #pragma once
 
+#include <algorithm>
+#include <cstddef>
 #include <memory>
 #include <mutex>
 #include <string>
@@ -32,18 +34,22 @@ public:
     uint64_t GetNumNodes() const override { return nodes_.size(); }
 
     // ---- engine-internal
-    std::recursive_mutex& mutex() const { return mutex_; }
+    CLock& mutex() const { return lock_; }
+    CLock& GetLock() const override { return lock_; }
     std::string_view text(TextRef r) const { return {arena_.data() + r.off, r.len}; }
     Node* find(std::string_view name) const;
-    const std::vector<std::unique_ptr<Node>>& nodes() const { return nodes_; }
+    const std::vector<NodePtr>& nodes() const { return nodes_; }
     const PropertyRecord* records(uint32_t first) const { return records_.data() + first; }
     std::string_view recordName(const PropertyRecord& r) const;
+    // Memory for a node of the map; freed with the map.
+    void* allocateNode(size_t size, size_t align) { return nodeMemory_.allocate(size, align); }
     // After a register write: drops other registers' cached bytes that the
     // written range overlaps (bit fields of one register, aliases).
     void registerWritten(const Node* writer, int64_t address, int64_t length, const void* port);
     void addRegister(Node* reg) { registers_.push_back(reg); }
-    // After `changed` took a new value: drops the cached values of every node
-    // whose value may depend on it.
+    // After `changed` took a new value (or was invalidated): drops the cached
+    // values of every node whose value may depend on it and schedules their
+    // callbacks.
     void valueChanged(Node* changed);
 
     const std::string& modelName() const { return modelName_; }
@@ -51,6 +57,8 @@ public:
 
 private:
     friend class Loader;
+    friend class NodeMapCache;
+    friend class Node;
 
     std::string deviceName_;
     std::string modelName_;
@@ -58,14 +66,42 @@ private:
     std::string arena_;
     std::vector<std::string> extraPropertyNames_;
     std::vector<PropertyRecord> records_;
-    std::vector<std::unique_ptr<Node>> nodes_;
+    // Nodes are carved from 64 KiB chunks: fewer allocations, neighbours in
+    // memory, and at most one chunk's tail unused. Declared before the nodes
+    // so that it outlives them.
+    struct NodeArena {
+        static constexpr size_t kChunk = 64 * 1024;
+        std::vector<std::unique_ptr<std::byte[]>> chunks;
+        size_t used = kChunk;
+        void* allocate(size_t size, size_t align) {
+            used = (used + align - 1) & ~(align - 1);
+            if (used + size > kChunk) {
+                chunks.push_back(std::make_unique_for_overwrite<std::byte[]>(std::max(kChunk, size)));
+                used = 0;
+            }
+            void* p = chunks.back().get() + used;
+            used += size;
+            return p;
+        }
+    } nodeMemory_;
+    std::vector<NodePtr> nodes_;
     // Sorted by name: half the memory of a hash map, and lookups stay fast.
     std::vector<std::pair<std::string_view, Node*>> byName_;
     std::vector<Node*> registers_;
+    std::vector<Link> linkPool_;
+    std::vector<Node*> dependentPool_;
     std::vector<uint32_t> visitMark_;
     uint32_t visitGeneration_ = 0;
     std::vector<Node*> walk_;
-    mutable std::recursive_mutex mutex_;
+    mutable CLock lock_;
+
+    // Nodes whose callbacks are due when the outermost lock holder releases.
+    std::vector<Node*> pending_;
+    void fireInsideLock();
+    void fireOutsideLock();
+    // Polled nodes and the milliseconds left until each is due.
+    std::vector<std::pair<Node*, int64_t>> polled_;
+    bool polledKnown_ = false;
 };
 
 } // namespace GenApi::detail

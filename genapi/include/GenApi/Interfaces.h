@@ -5,11 +5,14 @@
 
 #include <cstdint>
 
+#include "GenApi/Synch.h"
 #include "GenApi/Types.h"
 
 namespace GenApi {
 
 struct INodeMap;
+class CNodeCallback;
+using CallbackHandleType = intptr_t;
 
 struct IBase {
     virtual ~IBase() = default;
@@ -48,6 +51,9 @@ struct INode : virtual public IBase {
     virtual bool GetProperty(const gcstring& name, gcstring& valueStr, gcstring& attributeStr) const = 0;
     virtual void ImposeAccessMode(EAccessMode mode) = 0;
     virtual void ImposeVisibility(EVisibility visibility) = 0;
+    // The node owns the callback from here on; the handle deregisters it.
+    virtual CallbackHandleType RegisterCallback(CNodeCallback* callback) = 0;
+    virtual bool DeregisterCallback(CallbackHandleType handle) = 0;
 };
 
 struct IValue : virtual public IBase {
@@ -187,8 +193,11 @@ struct INodeMap {
     virtual bool Connect(IPort* port, const gcstring& portName) const = 0;
     virtual bool Connect(IPort* port) const = 0;
     virtual gcstring GetDeviceName() = 0;
+    // Counts down every polled node's PollingTime by `elapsedTime` ms and
+    // invalidates (and so calls back) the nodes whose time has come.
     virtual void Poll(int64_t elapsedTime) = 0;
     virtual uint64_t GetNumNodes() const = 0;
+    virtual CLock& GetLock() const = 0;
 };
 
 } // namespace GenApi

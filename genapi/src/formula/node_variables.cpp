@@ -125,6 +125,8 @@ template <class T>
 T NodeVariables::evaluateExpression(Var& v) {
     if (v.evaluating)
         throw LOGICAL_ERROR_EXCEPTION("Expression '%s' refers to itself", v.name.c_str());
+    // Expressions may chain through each other without any node in between.
+    EvaluationLevel level(v.name);
     const Formula& f = compiled(*v.expression, v.text, v.name);
     v.evaluating = true;
     struct Reset {

@@ -15,6 +15,7 @@ namespace GenApi::detail {
 
 class Node;
 class Loader;
+class Archive;
 struct PropertyRecord;
 
 class NodeVariables final : public FormulaVariables {
@@ -49,6 +50,8 @@ public:
     // RO when every variable node is readable, NA otherwise.
     EAccessMode access();
 
+    void serialize(Archive& archive);
+
     int resolve(std::string_view identifier) const override;
     int64_t intValue(int slot) override;
     double floatValue(int slot) override;
@@ -66,6 +69,7 @@ private:
         int64_t entryValue = 0;    // an enumeration entry's value (NAME.EntryName)
         mutable std::shared_ptr<Formula> expression;
         bool evaluating = false;
+        void serialize(Archive& archive);
     };
     struct Slot {
         size_t var;

@@ -36,8 +36,16 @@ bool isMacResource(std::string_view name) {
 std::string readDescriptionFile(const std::string& path, bool zipped) {
     std::ifstream in(path, std::ios::binary);
     if (!in) throw RUNTIME_EXCEPTION("Cannot open description file '%s'", path.c_str());
-    std::string data((std::istreambuf_iterator<char>(in)), std::istreambuf_iterator<char>());
-    if (in.bad()) throw RUNTIME_EXCEPTION("Cannot read description file '%s'", path.c_str());
+    in.seekg(0, std::ios::end);
+    auto size = static_cast<std::streamoff>(in.tellg());
+    in.seekg(0, std::ios::beg);
+    if (size < 0) throw RUNTIME_EXCEPTION("Cannot read description file '%s'", path.c_str());
+    // Checked before reading: a huge file is no description and must not be loaded into memory.
+    if (static_cast<zip_uint64_t>(size) > kMaxInflatedSize)
+        throw RUNTIME_EXCEPTION("Description file '%s' has %lld bytes, more than the %llu allowed", path.c_str(),
+                                static_cast<long long>(size), static_cast<unsigned long long>(kMaxInflatedSize));
+    std::string data(static_cast<size_t>(size), '\0');
+    if (!in.read(data.data(), size)) throw RUNTIME_EXCEPTION("Cannot read description file '%s'", path.c_str());
     if (zipped || isZip(data)) return unzipDescription(data.data(), data.size(), path);
     return data;
 }

@@ -3,6 +3,7 @@
 #include <pugixml.hpp>
 
 #include <algorithm>
+#include <cmath>
 #include <cstdio>
 #include <cstring>
 #include <mutex>
@@ -75,7 +76,7 @@ struct Loader::Builder {
     }
 
     void addRecord(const pugi::xml_node& e, uint8_t level) {
-        PropertyRecord r;
+        PropertyRecord r{};
         std::string_view name = localName(e.name());
         r.name = propertyId(name);
         r.level = level;
@@ -184,9 +185,10 @@ void Loader::load(std::string_view xmlText) {
     // No DOCTYPE processing: entities declared there are never expanded.
     pugi::xml_parse_result result =
         doc.load_buffer_inplace(buffer.data(), buffer.size(), pugi::parse_default, pugi::encoding_auto);
+    // Lines count from the start of the file, skipped header lines included.
     if (!result)
-        throw RUNTIME_EXCEPTION("%s: XML error at line %zu: %s", source_.c_str(), lineOf(xml, result.offset),
-                                result.description());
+        throw RUNTIME_EXCEPTION("%s: XML error at line %zu: %s", source_.c_str(),
+                                lineOf(xmlText, result.offset + (xml.data() - xmlText.data())), result.description());
     pugi::xml_node root = doc.document_element();
     if (localName(root.name()) != "RegisterDescription")
         throw RUNTIME_EXCEPTION("%s: not a GenICam description (root element <%s>, not <RegisterDescription>)",
@@ -214,6 +216,7 @@ void Loader::finish() {
             throw PROPERTY_EXCEPTION("%s: node '%.*s' is defined twice", source_.c_str(),
                                      static_cast<int>(index[i].first.size()), index[i].first.data());
     for (auto& n : map_.nodes_) {
+        n->linkBegin_ = static_cast<uint32_t>(map_.linkPool_.size());
         const PropertyRecord* records = map_.records(n->firstRecord_);
         for (uint32_t i = 0; i < n->recordCount_; ++i) {
             const PropertyRecord& r = records[i];
@@ -224,18 +227,32 @@ void Loader::finish() {
         }
         n->finishConfigure(*this);
     }
+    // Dependents: the reverse of every reference, except aliases; a selector's
+    // selected features depend on the selector. Built as one sorted pool.
+    std::vector<std::pair<uint32_t, uint32_t>> edges; // (node, dependent)
+    edges.reserve(map_.linkPool_.size());
     for (auto& n : map_.nodes_) {
-        for (const Link& l : n->links_) {
-            if (l.role == Prop::pAlias || l.role == Prop::pCastAlias) continue;
+        for (const Link& l : n->links()) {
+            if (l.role == Prop::pAlias || l.role == Prop::pCastAlias || l.node == n.get()) continue;
             if (l.role == Prop::pSelected) {
-                n->addDependent(l.node);
+                edges.emplace_back(n->index(), l.node->index());
                 l.node->addSelecting(n.get());
             } else {
-                l.node->addDependent(n.get());
+                edges.emplace_back(l.node->index(), n->index());
             }
         }
-        n->links_.shrink_to_fit();
     }
+    std::sort(edges.begin(), edges.end());
+    edges.erase(std::unique(edges.begin(), edges.end()), edges.end());
+    map_.dependentPool_.reserve(edges.size());
+    for (size_t i = 0; i < edges.size();) {
+        Node* n = map_.nodes_[edges[i].first].get();
+        n->dependentBegin_ = static_cast<uint32_t>(map_.dependentPool_.size());
+        for (; i < edges.size() && edges[i].first == n->index(); ++i)
+            map_.dependentPool_.push_back(map_.nodes_[edges[i].second].get());
+        n->dependentCount_ = static_cast<uint32_t>(map_.dependentPool_.size()) - n->dependentBegin_;
+    }
+    map_.linkPool_.shrink_to_fit();
     // Features are what the categories from "Root" reach.
     if (auto* root = dynamic_cast<CategoryNode*>(map_.find("Root"))) {
         std::vector<CategoryNode*> stack{root};
@@ -262,7 +279,12 @@ Node* Loader::ref(Node& from, Prop role, std::string_view name) {
                                  source_.c_str(), static_cast<int>(from.name().size()), from.name().data(),
                                  static_cast<int>(name.size()), name.data(),
                                  static_cast<int>(propertyName(role).size()), propertyName(role).data());
-    from.links_.push_back({role, target});
+    // Nodes configure one after the other, so each node's links stay together.
+    if (from.linkBegin_ + from.linkCount_ != map_.linkPool_.size())
+        throw LOGICAL_ERROR_EXCEPTION("%s: reference from '%.*s' made out of order", source_.c_str(),
+                                      static_cast<int>(from.name().size()), from.name().data());
+    map_.linkPool_.push_back({role, target});
+    ++from.linkCount_;
     return target;
 }
 
@@ -271,7 +293,9 @@ int64_t Loader::toInt(const Node& from, Prop role, std::string_view text) const 
     if (!parseInt(text, v)) {
         // Some descriptions write integral constants as floats ("1.0").
         double d = 0;
-        if (parseFloat(text, d) && d == static_cast<double>(static_cast<int64_t>(d))) return static_cast<int64_t>(d);
+        // Range first: converting a double outside int64 is undefined.
+        if (parseFloat(text, d) && d >= -9.2233720368547758e18 && d < 9.2233720368547758e18 && d == std::trunc(d))
+            return static_cast<int64_t>(d);
         fail(from, std::string(propertyName(role)) + " '" + std::string(text) + "' is not an integer");
     }
     return v;

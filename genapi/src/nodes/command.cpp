@@ -47,6 +47,7 @@ void CommandNode::Execute(bool verify) {
     requireWritable();
     Busy busy(*this);
     int64_t v = commandValue();
+    executing_ = true;
     if (value_.isRef()) {
         value_.node->setInt(v, verify);
     } else {
@@ -62,7 +63,13 @@ bool CommandNode::IsDone(bool) {
     if (!value_.isRef()) return true;
     if (!GenApi::IsReadable(value_.node->access())) return true;
     int64_t now = value_.node->getInt(false, true);
-    return now != commandValue();
+    bool done = now != commandValue();
+    if (done && executing_) {
+        // Completion is a change: whoever watches the command hears of it.
+        executing_ = false;
+        map_->valueChanged(this);
+    }
+    return done;
 }
 
 void CommandNode::FromString(const gcstring& valueStr, bool verify) {

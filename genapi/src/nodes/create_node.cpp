@@ -1,16 +1,19 @@
 // The node type of each element name.
+#include <algorithm>
 #include <unordered_map>
+#include <vector>
 
+#include "node_map.h"
 #include "nodes/node_types.h"
 
 namespace GenApi::detail {
 
 namespace {
 template <class T>
-std::unique_ptr<Node> make(NodeMap& map, uint32_t index) {
-    return std::make_unique<T>(map, index);
+NodePtr make(NodeMap& map, uint32_t index) {
+    return NodePtr(new (map.allocateNode(sizeof(T), alignof(T))) T(map, index));
 }
-using Maker = std::unique_ptr<Node> (*)(NodeMap&, uint32_t);
+using Maker = NodePtr (*)(NodeMap&, uint32_t);
 
 const std::unordered_map<std::string_view, Maker>& makers() {
     static const std::unordered_map<std::string_view, Maker> table = {
@@ -43,11 +46,36 @@ const std::unordered_map<std::string_view, Maker>& makers() {
 }
 } // namespace
 
-std::unique_ptr<Node> createNode(std::string_view element, NodeMap& map, uint32_t index) {
+NodePtr createNode(std::string_view element, NodeMap& map, uint32_t index) {
     auto it = makers().find(element);
     return it == makers().end() ? nullptr : it->second(map, index);
 }
 
 bool isNodeType(std::string_view element) { return makers().count(element) != 0; }
+
+namespace {
+const std::vector<std::pair<std::string_view, Maker>>& numbered() {
+    // Sorted by name so that the numbers never depend on hash order.
+    static const auto table = [] {
+        std::vector<std::pair<std::string_view, Maker>> t(makers().begin(), makers().end());
+        std::sort(t.begin(), t.end());
+        return t;
+    }();
+    return table;
+}
+} // namespace
+
+uint8_t nodeTypeId(std::string_view element) {
+    const auto& t = numbered();
+    for (size_t i = 0; i < t.size(); ++i)
+        if (t[i].first == element) return static_cast<uint8_t>(i + 1);
+    return 0;
+}
+
+NodePtr createNode(uint8_t typeId, NodeMap& map, uint32_t index) {
+    const auto& t = numbered();
+    if (typeId == 0 || typeId > t.size()) return nullptr;
+    return t[typeId - 1].second(map, index);
+}
 
 } // namespace GenApi::detail

@@ -1,4 +1,6 @@
 // FloatReg: an IEEE 754 single or double held in a device register.
+#include <cfloat>
+#include <cmath>
 #include <cstring>
 
 #include "loader/loader.h"
@@ -56,6 +58,10 @@ void FloatRegNode::setFloat(double value, bool) {
     checkLength(n, name());
     uint64_t raw = 0;
     if (n == 4) {
+        // Converting a double outside the float range is undefined.
+        if (std::isfinite(value) && std::fabs(value) > static_cast<double>(FLT_MAX))
+            throw OUT_OF_RANGE_EXCEPTION("Node '%.*s': %g does not fit a 4-byte float register",
+                                         static_cast<int>(name().size()), name().data(), value);
         auto f = static_cast<float>(value);
         uint32_t bits;
         std::memcpy(&bits, &f, 4);

@@ -74,7 +74,10 @@ int64_t IntRegNode::getInt(bool, bool ignoreCache) {
     return static_cast<int64_t>(v);
 }
 
-void IntRegNode::setInt(int64_t value, bool) {
+void IntRegNode::setInt(int64_t value, bool verify) {
+    // Nodes above (Integer, Enumeration, converters) check their own range,
+    // not whether the value fits these bits: without this it would be cut.
+    if (verify) checkWrite(value);
     Busy busy(*this);
     int64_t n = reg_.length();
     int first = firstBit(), last = lastBit();

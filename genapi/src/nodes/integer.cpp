@@ -1,4 +1,5 @@
 // IInteger services shared by all integer nodes, and the Integer node itself.
+#include <cmath>
 #include <mutex>
 
 #include "loader/loader.h"
@@ -142,7 +143,8 @@ void IntegerBase::FromString(const gcstring& valueStr, bool verify) {
     if (!ok) {
         double d = 0;
         // A float text is accepted when it names a whole number.
-        if (parseFloat(t, d) && d == static_cast<double>(static_cast<int64_t>(d))) {
+        // Range first: converting a double outside int64 is undefined.
+        if (parseFloat(t, d) && d >= -9.2233720368547758e18 && d < 9.2233720368547758e18 && d == std::trunc(d)) {
             v = static_cast<int64_t>(d);
             ok = true;
         }
@@ -229,6 +231,8 @@ int64_t IntegerNode::getInt(bool verify, bool ignoreCache) {
 }
 
 void IntegerNode::setInt(int64_t value, bool verify) {
+    // Reached through another node's pValue: this node's range applies too.
+    if (verify) checkWrite(value);
     {
         Busy busy(*this);
         bool stored = false;

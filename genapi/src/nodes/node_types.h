@@ -17,8 +17,11 @@ class PortNode;
 class EnumEntryNode;
 
 // Creates the node for an element name, or nullptr when the name is no node type.
-std::unique_ptr<Node> createNode(std::string_view elementName, NodeMap& map, uint32_t index);
+NodePtr createNode(std::string_view elementName, NodeMap& map, uint32_t index);
 bool isNodeType(std::string_view elementName);
+// Node types by a small number, for the node-map cache; 0 is no type.
+uint8_t nodeTypeId(std::string_view elementName);
+NodePtr createNode(uint8_t typeId, NodeMap& map, uint32_t index);
 
 // ---------------------------------------------------------------- plain node
 class PlainNode final : public Node {
@@ -42,6 +45,7 @@ class CategoryNode final : public ValueNode, public virtual ICategory {
 public:
     using ValueNode::ValueNode;
     const char* typeName() const override { return "Category"; }
+    void serialize(Archive& archive) override;
     EInterfaceType GetPrincipalInterfaceType() const override { return intfICategory; }
     void GetFeatures(FeatureList_t& features) const override;
     gcstring ToString(bool, bool) override { return {}; }
@@ -75,17 +79,20 @@ public:
     // Drops the cache when [address, address+n) on `port` overlaps it.
     void dropIfOverlaps(int64_t address, int64_t n, const void* port);
     const void* portIdentity() const { return port_; }
+    void serialize(Archive& archive);
 
 private:
     struct Index {
         Node* node;
         int64_t offset;
         Node* pOffset;
+        void serialize(Archive& archive);
     };
     struct Knife {
         std::unique_ptr<NodeVariables> vars;
         std::string text;
         Formula formula;
+        void serialize(Archive& archive);
     };
 
     Node& owner_;
@@ -139,6 +146,7 @@ class IntegerNode final : public IntegerBase {
 public:
     using IntegerBase::IntegerBase;
     const char* typeName() const override { return "Integer"; }
+    void serialize(Archive& archive) override;
     bool applyProperty(Loader& loader, Prop prop, std::string_view value, const PropertyRecord& record,
                        uint32_t recordIndex) override;
     void finishConfigure(Loader& loader) override;
@@ -160,6 +168,7 @@ private:
         int64_t index;
         Node* node;
         int64_t constant;
+        void serialize(Archive& archive);
     };
     NumberSource<int64_t> value_;
     NumberSource<int64_t> min_, max_, inc_;
@@ -167,7 +176,7 @@ private:
     Node* index_ = nullptr;
     std::vector<Indexed> indexed_;
     std::vector<Node*> copies_;
-    TextRef unit_;
+    TextRef unit_{};
     ERepresentation representation_ = _UndefinedRepresentation;
 };
 
@@ -175,6 +184,7 @@ class IntRegNode : public IntegerBase {
 public:
     IntRegNode(NodeMap& map, uint32_t index) : IntegerBase(map, index), reg_(*this) {}
     const char* typeName() const override { return "IntReg"; }
+    void serialize(Archive& archive) override;
     bool applyProperty(Loader& loader, Prop prop, std::string_view value, const PropertyRecord& record,
                        uint32_t recordIndex) override;
     void finishConfigure(Loader& loader) override;
@@ -202,13 +212,14 @@ protected:
     bool signed_ = false;
     EEndianess endianess_ = LittleEndian;
     ERepresentation representation_ = _UndefinedRepresentation;
-    TextRef unit_;
+    TextRef unit_{};
 };
 
 class MaskedIntRegNode final : public IntRegNode {
 public:
     using IntRegNode::IntRegNode;
     const char* typeName() const override { return "MaskedIntReg"; }
+    void serialize(Archive& archive) override;
     bool applyProperty(Loader& loader, Prop prop, std::string_view value, const PropertyRecord& record,
                        uint32_t recordIndex) override;
     void finishConfigure(Loader& loader) override;
@@ -244,6 +255,7 @@ class IntSwissKnifeNode final : public IntegerBase {
 public:
     IntSwissKnifeNode(NodeMap& map, uint32_t index) : IntegerBase(map, index), vars_(FormulaMode::Integer) {}
     const char* typeName() const override { return "IntSwissKnife"; }
+    void serialize(Archive& archive) override;
     bool applyProperty(Loader& loader, Prop prop, std::string_view value, const PropertyRecord& record,
                        uint32_t recordIndex) override;
     void finishConfigure(Loader& loader) override;
@@ -258,7 +270,7 @@ private:
     NodeVariables vars_;
     std::string text_;
     Formula formula_;
-    TextRef unit_;
+    TextRef unit_{};
     ERepresentation representation_ = _UndefinedRepresentation;
 };
 
@@ -267,6 +279,7 @@ public:
     IntConverterNode(NodeMap& map, uint32_t index)
         : IntegerBase(map, index), vars_(FormulaMode::Integer) {}
     const char* typeName() const override { return "IntConverter"; }
+    void serialize(Archive& archive) override;
     bool applyProperty(Loader& loader, Prop prop, std::string_view value, const PropertyRecord& record,
                        uint32_t recordIndex) override;
     void finishConfigure(Loader& loader) override;
@@ -286,7 +299,7 @@ private:
     Node* value_ = nullptr;
     std::string toText_, fromText_;
     Formula to_, from_;
-    TextRef unit_;
+    TextRef unit_{};
     ESlope slope_ = Automatic;
     ERepresentation representation_ = _UndefinedRepresentation;
 };
@@ -322,13 +335,15 @@ public:
     ERepresentation representation() override { return representation_ == _UndefinedRepresentation ? PureNumber : representation_; }
     std::string unit() override;
 
+    void serialize(Archive& archive) override;
+
 protected:
     bool applyFloatCommon(Loader& loader, Prop prop, std::string_view value);
     virtual double naturalMin() { return -1.7976931348623157e308; }
     virtual double naturalMax() { return 1.7976931348623157e308; }
     virtual bool naturalHasInc() { return false; }
     void checkWrite(double value);
-    TextRef unit_;
+    TextRef unit_{};
     ERepresentation representation_ = _UndefinedRepresentation;
     EDisplayNotation notation_ = fnAutomatic;
     int64_t precision_ = 6;
@@ -340,6 +355,7 @@ class FloatNode final : public FloatBase {
 public:
     using FloatBase::FloatBase;
     const char* typeName() const override { return "Float"; }
+    void serialize(Archive& archive) override;
     bool applyProperty(Loader& loader, Prop prop, std::string_view value, const PropertyRecord& record,
                        uint32_t recordIndex) override;
     void finishConfigure(Loader& loader) override;
@@ -361,6 +377,7 @@ private:
         int64_t index;
         Node* node;
         double constant;
+        void serialize(Archive& archive);
     };
     NumberSource<double> value_, min_, max_, inc_, default_;
     Node* index_ = nullptr;
@@ -372,6 +389,7 @@ class FloatRegNode final : public FloatBase {
 public:
     FloatRegNode(NodeMap& map, uint32_t index) : FloatBase(map, index), reg_(*this) {}
     const char* typeName() const override { return "FloatReg"; }
+    void serialize(Archive& archive) override;
     bool applyProperty(Loader& loader, Prop prop, std::string_view value, const PropertyRecord& record,
                        uint32_t recordIndex) override;
     void finishConfigure(Loader& loader) override;
@@ -393,6 +411,7 @@ class SwissKnifeNode final : public FloatBase {
 public:
     SwissKnifeNode(NodeMap& map, uint32_t index) : FloatBase(map, index), vars_(FormulaMode::Float) {}
     const char* typeName() const override { return "SwissKnife"; }
+    void serialize(Archive& archive) override;
     bool applyProperty(Loader& loader, Prop prop, std::string_view value, const PropertyRecord& record,
                        uint32_t recordIndex) override;
     void finishConfigure(Loader& loader) override;
@@ -411,6 +430,7 @@ class ConverterNode final : public FloatBase {
 public:
     ConverterNode(NodeMap& map, uint32_t index) : FloatBase(map, index), vars_(FormulaMode::Float) {}
     const char* typeName() const override { return "Converter"; }
+    void serialize(Archive& archive) override;
     bool applyProperty(Loader& loader, Prop prop, std::string_view value, const PropertyRecord& record,
                        uint32_t recordIndex) override;
     void finishConfigure(Loader& loader) override;
@@ -436,6 +456,7 @@ class BooleanNode final : public ValueNode, public virtual IBoolean {
 public:
     using ValueNode::ValueNode;
     const char* typeName() const override { return "Boolean"; }
+    void serialize(Archive& archive) override;
     EInterfaceType GetPrincipalInterfaceType() const override { return intfIBoolean; }
     void SetValue(bool value, bool verify = true) override;
     bool GetValue(bool verify = false, bool ignoreCache = false) const override;
@@ -460,6 +481,7 @@ class CommandNode final : public ValueNode, public virtual ICommand {
 public:
     using ValueNode::ValueNode;
     const char* typeName() const override { return "Command"; }
+    void serialize(Archive& archive) override;
     EInterfaceType GetPrincipalInterfaceType() const override { return intfICommand; }
     void Execute(bool verify = true) override;
     bool IsDone(bool verify = true) override;
@@ -476,13 +498,16 @@ protected:
 private:
     NumberSource<int64_t> value_;
     NumberSource<int64_t> command_;
+    bool executing_ = false; // executed and not yet seen done
 };
 
 // ---------------------------------------------------------------- enumerations
 class EnumEntryNode final : public ValueNode, public virtual IEnumEntry {
 public:
     using ValueNode::ValueNode;
-    const char* typeName() const override { return "EnumEntry"; }
+    static constexpr const char* kTypeName = "EnumEntry";
+    const char* typeName() const override { return kTypeName; }
+    void serialize(Archive& archive) override;
     EInterfaceType GetPrincipalInterfaceType() const override { return intfIEnumEntry; }
     int64_t GetValue() override { return value_; }
     gcstring GetSymbolic() const override { return gcstring(symbolic()); }
@@ -499,7 +524,7 @@ public:
     int64_t value() const { return value_; }
 
 private:
-    TextRef symbolic_;
+    TextRef symbolic_{};
     int64_t value_ = 0;
     double numeric_ = 0;
     bool hasNumeric_ = false;
@@ -511,6 +536,7 @@ class EnumerationNode final : public ValueNode, public virtual IEnumeration {
 public:
     using ValueNode::ValueNode;
     const char* typeName() const override { return "Enumeration"; }
+    void serialize(Archive& archive) override;
     EInterfaceType GetPrincipalInterfaceType() const override { return intfIEnumeration; }
     void GetSymbolics(StringList_t& symbolics) override;
     void GetEntries(NodeList_t& entries) override;
@@ -544,6 +570,7 @@ class StringNode final : public ValueNode, public virtual IString {
 public:
     using ValueNode::ValueNode;
     const char* typeName() const override { return "String"; }
+    void serialize(Archive& archive) override;
     EInterfaceType GetPrincipalInterfaceType() const override { return intfIString; }
     void SetValue(const gcstring& value, bool verify = true) override;
     gcstring GetValue(bool verify = false, bool ignoreCache = false) override;
@@ -565,6 +592,7 @@ class StringRegNode final : public ValueNode, public virtual IString {
 public:
     StringRegNode(NodeMap& map, uint32_t index) : ValueNode(map, index), reg_(*this) {}
     const char* typeName() const override { return "StringReg"; }
+    void serialize(Archive& archive) override;
     EInterfaceType GetPrincipalInterfaceType() const override { return intfIString; }
     void SetValue(const gcstring& value, bool verify = true) override;
     gcstring GetValue(bool verify = false, bool ignoreCache = false) override;
@@ -591,6 +619,7 @@ class RegisterNode : public ValueNode, public virtual IRegister {
 public:
     RegisterNode(NodeMap& map, uint32_t index) : ValueNode(map, index), reg_(*this) {}
     const char* typeName() const override { return "Register"; }
+    void serialize(Archive& archive) override;
     EInterfaceType GetPrincipalInterfaceType() const override { return intfIRegister; }
     void Set(const uint8_t* buffer, int64_t length, bool verify = true) override;
     void Get(uint8_t* buffer, int64_t length, bool verify = false, bool ignoreCache = false) override;
@@ -616,7 +645,8 @@ protected:
 class ConfRomNode final : public RegisterNode {
 public:
     using RegisterNode::RegisterNode;
-    const char* typeName() const override { return "ConfRom"; }
+    static constexpr const char* kTypeName = "ConfRom";
+    const char* typeName() const override { return kTypeName; }
     // The 24-bit value of the root directory entry with `key`.
     bool findEntry(uint8_t key, uint32_t& value, int64_t& entryOffset);
     std::vector<uint8_t> bytes();
@@ -626,6 +656,7 @@ class IntKeyNode final : public IntegerBase {
 public:
     using IntegerBase::IntegerBase;
     const char* typeName() const override { return "IntKey"; }
+    void serialize(Archive& archive) override;
     bool applyProperty(Loader& loader, Prop prop, std::string_view value, const PropertyRecord& record,
                        uint32_t recordIndex) override;
     void finishConfigure(Loader& loader) override;
@@ -645,6 +676,7 @@ class TextDescNode final : public ValueNode, public virtual IString {
 public:
     using ValueNode::ValueNode;
     const char* typeName() const override { return "TextDesc"; }
+    void serialize(Archive& archive) override;
     EInterfaceType GetPrincipalInterfaceType() const override { return intfIString; }
     void SetValue(const gcstring&, bool) override;
     gcstring GetValue(bool verify = false, bool ignoreCache = false) override;
@@ -667,7 +699,9 @@ private:
 class PortNode final : public Node, public virtual IPort {
 public:
     using Node::Node;
-    const char* typeName() const override { return "Port"; }
+    static constexpr const char* kTypeName = "Port";
+    const char* typeName() const override { return kTypeName; }
+    void serialize(Archive& archive) override;
     EInterfaceType GetPrincipalInterfaceType() const override { return intfIPort; }
     void Read(void* buffer, int64_t address, int64_t length) override;
     void Write(const void* buffer, int64_t address, int64_t length) override;

@@ -77,8 +77,9 @@ void RegisterCore::finish(Loader& loader, int64_t defaultLength) {
     }
     if (!length_.isRef() && length_.present && (length_.constant <= 0 || length_.constant > kMaxRegisterLength))
         loader.fail(owner_, "register Length " + std::to_string(length_.constant) + " out of range");
+    // Without Offset the stride is the Length; a pLength is read at each access.
     for (Index& ix : indices_)
-        if (ix.offset < 0 && !ix.pOffset) ix.offset = length_.isRef() ? 0 : length_.constant;
+        if (ix.offset < 0 && !ix.pOffset && !length_.isRef()) ix.offset = length_.constant;
     owner_.map().addRegister(&owner_);
 }
 
@@ -91,7 +92,7 @@ int64_t RegisterCore::address() {
         sum += static_cast<uint64_t>(f.evaluateInt(*k.vars));
     }
     for (Index& ix : indices_) {
-        int64_t offset = ix.pOffset ? ix.pOffset->getInt(false, false) : ix.offset;
+        int64_t offset = ix.pOffset ? ix.pOffset->getInt(false, false) : ix.offset < 0 ? length() : ix.offset;
         sum += static_cast<uint64_t>(ix.node->getInt(false, false)) * static_cast<uint64_t>(offset);
     }
     return static_cast<int64_t>(sum);

@@ -1,0 +1,126 @@
+// Converter, IntConverter, SwissKnife and IntSwissKnife as nodes: which
+// formula runs on read and on write, how FROM and TO are bound, limits seen
+// through the formulas, and variables naming limits and enumeration entries.
+#include <gtest/gtest.h>
+
+#include <cstdint>
+#include <string>
+
+#include "fixture_device.h"
+
+namespace {
+
+using namespace GenApi;
+using GenICam::AccessException;
+using GenICam::OutOfRangeException;
+
+class ComputedNodes : public ::testing::Test {
+protected:
+    quillon_test::Device d{"formula_nodes.xml"};
+    CIntegerPtr integer(const char* name) {
+        CIntegerPtr p = d.node(name);
+        EXPECT_TRUE(p.IsValid()) << name;
+        return p;
+    }
+    CFloatPtr floating(const char* name) {
+        CFloatPtr p = d.node(name);
+        EXPECT_TRUE(p.IsValid()) << name;
+        return p;
+    }
+};
+
+TEST_F(ComputedNodes, ConverterReadsWithFormulaFromAndWritesWithFormulaTo) {
+    CFloatPtr exposure = floating("ExposureTime");
+    d.putLE(0x5000, 2500, 4);
+    EXPECT_EQ(exposure->GetValue(), 2.5);  // TO = 2500
+    EXPECT_EQ(std::string(exposure->GetUnit()), "ms");
+    EXPECT_EQ(d.node("ExposureTime")->GetAccessMode(), RW);
+
+    exposure->SetValue(12.5);  // FROM = 12.5
+    EXPECT_EQ(d.getLE(0x5000, 4), 12500u);
+    EXPECT_EQ(integer("ExposureRaw")->GetValue(), 12500);
+    EXPECT_EQ(exposure->GetValue(), 12.5);
+
+    // The limits are the raw node's limits through FormulaFrom.
+    EXPECT_EQ(exposure->GetMin(), 1.0);
+    EXPECT_EQ(exposure->GetMax(), 5000.0);
+    EXPECT_THROW(exposure->SetValue(0.5), OutOfRangeException);
+    EXPECT_THROW(exposure->SetValue(5000.5), OutOfRangeException);
+    EXPECT_EQ(d.getLE(0x5000, 4), 12500u);
+}
+
+TEST_F(ComputedNodes, DecreasingConverterSwapsTheLimits) {
+    CFloatPtr rate = floating("FrameRate");
+    d.putLE(0x5000, 2500, 4);
+    EXPECT_EQ(rate->GetValue(), 4000.0);
+    // The largest raw value gives the smallest rate.
+    EXPECT_EQ(rate->GetMin(), 2.0);
+    EXPECT_EQ(rate->GetMax(), 10000.0);
+    rate->SetValue(100.0);
+    EXPECT_EQ(d.getLE(0x5000, 4), 100000u);
+    EXPECT_THROW(rate->SetValue(1.0), OutOfRangeException);
+    EXPECT_THROW(rate->SetValue(20000.0), OutOfRangeException);
+}
+
+TEST_F(ComputedNodes, IntConverterMapsBothWaysAndDerivesItsLimits) {
+    CIntegerPtr level = integer("Level");
+    CIntegerPtr doubled = integer("DoubledLevel");
+    CIntegerPtr mirrored = integer("MirroredLevel");
+
+    EXPECT_EQ(doubled->GetValue(), 20);
+    EXPECT_EQ(doubled->GetMin(), 0);
+    EXPECT_EQ(doubled->GetMax(), 100);
+    doubled->SetValue(30);
+    EXPECT_EQ(level->GetValue(), 15);
+
+    EXPECT_EQ(mirrored->GetValue(), 85);
+    EXPECT_EQ(mirrored->GetMin(), 50);
+    EXPECT_EQ(mirrored->GetMax(), 100);
+    mirrored->SetValue(70);
+    EXPECT_EQ(level->GetValue(), 30);
+    EXPECT_EQ(doubled->GetValue(), 60);
+    EXPECT_THROW(mirrored->SetValue(40), OutOfRangeException);
+    EXPECT_EQ(level->GetValue(), 30);
+    EXPECT_EQ(d.node("MirroredLevel")->GetPrincipalInterfaceType(), intfIInteger);
+}
+
+TEST_F(ComputedNodes, SwissKnivesUseVariablesConstantsExpressionsAndLimits) {
+    CFloatPtr halfArea = floating("HalfArea");
+    CIntegerPtr maxArea = integer("MaxArea");
+    EXPECT_EQ(d.node("HalfArea")->GetPrincipalInterfaceType(), intfIFloat);
+    EXPECT_EQ(d.node("MaxArea")->GetPrincipalInterfaceType(), intfIInteger);
+
+    EXPECT_EQ(halfArea->GetValue(), 640.0 * 480.0 * 0.5);
+    EXPECT_EQ(std::string(halfArea->GetUnit()), "px");
+    EXPECT_EQ(maxArea->GetValue(), 1920 * 1080 - 16 * 16);
+
+    integer("Width")->SetValue(1000);
+    EXPECT_EQ(halfArea->GetValue(), 1000.0 * 480.0 * 0.5);
+    EXPECT_EQ(maxArea->GetValue(), 1920 * 1080 - 16 * 16);
+
+    // Computed values are read-only.
+    EXPECT_EQ(d.node("HalfArea")->GetAccessMode(), RO);
+    EXPECT_EQ(d.node("MaxArea")->GetAccessMode(), RO);
+    EXPECT_THROW(halfArea->SetValue(1.0), AccessException);
+    EXPECT_THROW(maxArea->SetValue(1), AccessException);
+}
+
+TEST_F(ComputedNodes, SwissKnifeComparesWithEnumerationEntries) {
+    CEnumerationPtr source = d.node("TriggerSource");
+    CIntegerPtr active = integer("TriggerActive");
+    CIntegerPtr software = integer("IsSoftware");
+    ASSERT_TRUE(source.IsValid());
+
+    EXPECT_EQ(active->GetValue(), 0);
+    EXPECT_EQ(software->GetValue(), 0);
+    *source = "Line1";
+    EXPECT_EQ(active->GetValue(), 1);
+    EXPECT_EQ(software->GetValue(), 0);
+    *source = "Software";
+    EXPECT_EQ(active->GetValue(), 1);
+    EXPECT_EQ(software->GetValue(), 1);
+    *source = "Off";
+    EXPECT_EQ(active->GetValue(), 0);
+}
+
+} // namespace
