@@ -1,5 +1,5 @@
-// The quillon command: for now it loads GenICam descriptions and prints what
-// the engine reads from them over a zero-filled memory port.
+// The quillon command: prints the feature tree of the embedded simulated
+// camera or of a description file, and checks folders of descriptions.
 #include <algorithm>
 #include <chrono>
 #include <cstdio>
@@ -9,6 +9,7 @@
 #include <vector>
 
 #include "GenApi/GenApi.h"
+#include "sim/sim_camera.h"
 
 using namespace GenApi;
 namespace fs = std::filesystem;
@@ -46,18 +47,32 @@ void printTree(INode* node, int depth, EVisibility level) {
     }
 }
 
+int printRoot(CNodeMapRef& ref, const std::string& what) {
+    INode* root = ref._GetNode("Root");
+    if (!root) {
+        std::fprintf(stderr, "%s has no Root category\n", what.c_str());
+        return 1;
+    }
+    printTree(root, 0, Guru);
+    return 0;
+}
+
+// A description file over a zero-filled memory port.
 int tree(const std::string& file) {
     CNodeMapRef ref;
     ref._LoadXMLFromFile(file);
     CMemoryPort port;
     ref._Connect(&port);
-    INode* root = ref._GetNode("Root");
-    if (!root) {
-        std::fprintf(stderr, "%s has no Root category\n", file.c_str());
-        return 1;
-    }
-    printTree(root, 0, Guru);
-    return 0;
+    return printRoot(ref, file);
+}
+
+// The embedded simulated camera, live.
+int simulatedTree() {
+    qorvis::sim::SimulatedCamera camera;
+    CNodeMapRef ref;
+    ref._LoadXMLFromString(gcstring(qorvis::sim::SimulatedCamera::descriptionXml()));
+    ref._Connect(&camera);
+    return printRoot(ref, "the simulated camera");
 }
 
 int check(const std::string& folder) {
@@ -86,8 +101,9 @@ int check(const std::string& folder) {
 
 int usage() {
     std::fprintf(stderr,
-                 "usage: quillon                 what this build can show\n"
-                 "       quillon tree FILE.xml   the feature tree of a description, over a zero-filled port\n"
+                 "usage: quillon                 the simulated camera's feature tree\n"
+                 "       quillon tree [FILE]     the feature tree of the simulated camera, or of a\n"
+                 "                               description file over a zero-filled port\n"
                  "       quillon check FOLDER    load every description in a folder\n");
     return 2;
 }
@@ -97,20 +113,12 @@ int usage() {
 int main(int argc, char** argv) {
     try {
         if (argc >= 3 && std::strcmp(argv[1], "tree") == 0) return tree(argv[2]);
+        if (argc == 2 && std::strcmp(argv[1], "tree") == 0) return simulatedTree();
         if (argc >= 3 && std::strcmp(argv[1], "check") == 0) return check(argv[2]);
         if (argc != 1) return usage();
-        std::printf("Quillon: the simulated camera and the browser window are not built yet.\n"
-                    "What exists is the GenICam engine; it loads the vendor descriptions beside the checkout:\n\n");
-        fs::path corpus = fs::path(argv[0]).parent_path() / "../../../../shared/genicam-xml";
-        if (!fs::exists(corpus)) corpus = "../shared/genicam-xml";
-        if (!fs::exists(corpus)) {
-            std::printf("(no ../shared/genicam-xml folder here)\n");
-            return 0;
-        }
-        int rc = check(corpus.string());
-        std::printf("\nFeature tree of Hamamatsu_ORCA-Fire_C16240-20UP.xml over a zero-filled port:\n\n");
-        tree((corpus / "Hamamatsu_ORCA-Fire_C16240-20UP.xml").string());
-        return rc;
+        std::printf("Quillon: the browser window is not built yet; this is the feature tree it will show,\n"
+                    "read live from the embedded simulated camera (Torvex TVX1280M), every level:\n\n");
+        return simulatedTree();
     } catch (const GenICam::GenericException& e) {
         std::fprintf(stderr, "%s\n", e.what());
         return 1;
