@@ -18,6 +18,14 @@ namespace GenApi::detail {
 // The per-field steps must inline: a cached load is little else.
 #define GENAPI_ARCHIVE_INLINE inline __attribute__((always_inline))
 
+// The largest value an unscoped GenApi enumeration may hold.
+inline int64_t enumLimit(EAccessMode) { return _CycleDetectAccesMode; }
+inline int64_t enumLimit(ERepresentation) { return _UndefinedRepresentation; }
+inline int64_t enumLimit(EDisplayNotation) { return _UndefinedEDisplayNotation; }
+inline int64_t enumLimit(ESlope) { return _UndefinedESlope; }
+inline int64_t enumLimit(EEndianess) { return _UndefinedEndian; }
+inline int64_t enumLimit(ECachingMode) { return _UndefinedCachingMode; }
+
 class Archive {
 public:
     // Writing: collects bytes; `nodes` maps node pointers to indices.
@@ -31,8 +39,27 @@ public:
     size_t remaining() const { return static_cast<size_t>(end_ - in_); }
 
     template <class T>
-    GENAPI_ARCHIVE_INLINE std::enable_if_t<std::is_arithmetic_v<T> || std::is_enum_v<T>> io(T& v) {
+    GENAPI_ARCHIVE_INLINE std::enable_if_t<std::is_arithmetic_v<T> && !std::is_same_v<T, bool>> io(T& v) {
         fixed<sizeof(T)>(&v);
+    }
+    // A bool or an unscoped enumeration must hold one of its values: a forged
+    // cache file must not plant others.
+    GENAPI_ARCHIVE_INLINE void io(bool& v) {
+        uint8_t byte = v ? 1 : 0;
+        fixed<1>(&byte);
+        if (byte > 1) corrupt("truth value");
+        v = byte != 0;
+    }
+    template <class T>
+    GENAPI_ARCHIVE_INLINE std::enable_if_t<std::is_enum_v<T>> io(T& v) {
+        using U = std::underlying_type_t<T>;
+        U raw = static_cast<U>(v);
+        fixed<sizeof(U)>(&raw);
+        if constexpr (std::is_convertible_v<T, U>) { // unscoped
+            if (loading_ && (static_cast<int64_t>(raw) < 0 || static_cast<int64_t>(raw) > enumLimit(v)))
+                corrupt("enumeration value");
+        }
+        v = static_cast<T>(raw);
     }
     // A whole array of trivially copyable items at once (property records).
     template <class T>
