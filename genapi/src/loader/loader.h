@@ -33,6 +33,8 @@ public:
     int64_t toInt(const Node& from, Prop role, std::string_view text) const;
     double toFloat(const Node& from, Prop role, std::string_view text) const;
     bool toBool(const Node& from, Prop role, std::string_view text) const;
+    ERepresentation toRepresentation(const Node& from, std::string_view text) const;
+    ESlope toSlope(const Node& from, std::string_view text) const;
     // An attribute of a property record ("" when absent).
     std::string_view attribute(const PropertyRecord& r, std::string_view name) const;
     // The records nested inside the level-0 record at `index`.

@@ -314,6 +314,18 @@ bool Loader::toBool(const Node& from, Prop role, std::string_view text) const {
     fail(from, std::string(propertyName(role)) + " '" + std::string(text) + "' is not Yes or No");
 }
 
+ERepresentation Loader::toRepresentation(const Node& from, std::string_view text) const {
+    ERepresentation r = parseRepresentation(text);
+    if (r == _UndefinedRepresentation) fail(from, "unknown Representation '" + std::string(text) + "'");
+    return r;
+}
+
+ESlope Loader::toSlope(const Node& from, std::string_view text) const {
+    ESlope s = parseSlope(text);
+    if (s == _UndefinedESlope) fail(from, "unknown Slope '" + std::string(text) + "'");
+    return s;
+}
+
 std::string_view Loader::attribute(const PropertyRecord& r, std::string_view name) const {
     std::string_view attrs = map_.text(r.attributes);
     while (!attrs.empty()) {

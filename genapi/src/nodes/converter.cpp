@@ -17,8 +17,7 @@ bool ConverterNode::applyProperty(Loader& loader, Prop prop, std::string_view va
     case Prop::FormulaFrom: fromText_ = std::string(value); return true;
     case Prop::pValue: value_ = loader.ref(*this, prop, value); return true;
     case Prop::Slope:
-        slope_ = parseSlope(value);
-        if (slope_ == _UndefinedESlope) loader.fail(*this, "unknown Slope '" + std::string(value) + "'");
+        slope_ = loader.toSlope(*this, value);
         return true;
     case Prop::IsLinear: return true;
     case Prop::Unit: unit_ = record.value; return true;

@@ -144,9 +144,7 @@ void FloatBase::FromString(const gcstring& valueStr, bool verify) {
 bool FloatBase::applyFloatCommon(Loader& loader, Prop prop, std::string_view value) {
     switch (prop) {
     case Prop::Representation:
-        representation_ = parseRepresentation(value);
-        if (representation_ == _UndefinedRepresentation)
-            loader.fail(*this, "unknown Representation '" + std::string(value) + "'");
+        representation_ = loader.toRepresentation(*this, value);
         return true;
     case Prop::DisplayNotation:
         notation_ = parseDisplayNotation(value);

@@ -16,13 +16,10 @@ bool IntConverterNode::applyProperty(Loader& loader, Prop prop, std::string_view
     case Prop::FormulaFrom: fromText_ = std::string(value); return true;
     case Prop::pValue: value_ = loader.ref(*this, prop, value); return true;
     case Prop::Slope:
-        slope_ = parseSlope(value);
-        if (slope_ == _UndefinedESlope) loader.fail(*this, "unknown Slope '" + std::string(value) + "'");
+        slope_ = loader.toSlope(*this, value);
         return true;
     case Prop::Representation:
-        representation_ = parseRepresentation(value);
-        if (representation_ == _UndefinedRepresentation)
-            loader.fail(*this, "unknown Representation '" + std::string(value) + "'");
+        representation_ = loader.toRepresentation(*this, value);
         return true;
     case Prop::Unit: unit_ = record.value; return true;
     default: return IntegerBase::applyProperty(loader, prop, value, record, recordIndex);

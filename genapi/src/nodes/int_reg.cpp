@@ -21,9 +21,7 @@ bool IntRegNode::applyProperty(Loader& loader, Prop prop, std::string_view value
         if (!parseEndianess(value, endianess_)) loader.fail(*this, "unknown Endianess '" + std::string(value) + "'");
         return true;
     case Prop::Representation:
-        representation_ = parseRepresentation(value);
-        if (representation_ == _UndefinedRepresentation)
-            loader.fail(*this, "unknown Representation '" + std::string(value) + "'");
+        representation_ = loader.toRepresentation(*this, value);
         return true;
     case Prop::Unit: unit_ = record.value; return true;
     default: return IntegerBase::applyProperty(loader, prop, value, record, recordIndex);

@@ -11,9 +11,7 @@ bool IntSwissKnifeNode::applyProperty(Loader& loader, Prop prop, std::string_vie
     switch (prop) {
     case Prop::Formula: text_ = std::string(value); return true;
     case Prop::Representation:
-        representation_ = parseRepresentation(value);
-        if (representation_ == _UndefinedRepresentation)
-            loader.fail(*this, "unknown Representation '" + std::string(value) + "'");
+        representation_ = loader.toRepresentation(*this, value);
         return true;
     case Prop::Unit: unit_ = record.value; return true;
     default: return IntegerBase::applyProperty(loader, prop, value, record, recordIndex);

@@ -191,9 +191,7 @@ bool IntegerNode::applyProperty(Loader& loader, Prop prop, std::string_view valu
         return true;
     case Prop::pValueCopy: copies_.push_back(loader.ref(*this, prop, value)); return true;
     case Prop::Representation:
-        representation_ = parseRepresentation(value);
-        if (representation_ == _UndefinedRepresentation)
-            loader.fail(*this, "unknown Representation '" + std::string(value) + "'");
+        representation_ = loader.toRepresentation(*this, value);
         return true;
     case Prop::Unit: unit_ = record.value; return true;
     default: return IntegerBase::applyProperty(loader, prop, value, record, recordIndex);
