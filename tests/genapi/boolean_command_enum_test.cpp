@@ -133,7 +133,7 @@ TEST_F(BoolCommandEnum, EnumerationWritesEntryValuesAndRefusesUnusableEntries) {
     EXPECT_EQ(std::string(mode->GetCurrentEntry()->GetSymbolic()), "SingleFrame");
 
     EXPECT_THROW(*mode = "MultiFrame", AccessException);  // not available
-    EXPECT_THROW(*mode = "Burst", AccessException);       // not implemented
+    EXPECT_THROW(*mode = "Burst", AccessException);       // its pIsImplemented is false
     EXPECT_THROW(*mode = "Sometimes", InvalidArgumentException);
     EXPECT_THROW(mode->SetIntValue(2), AccessException);
     EXPECT_THROW(mode->SetIntValue(7), OutOfRangeException);
