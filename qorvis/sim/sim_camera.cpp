@@ -90,6 +90,8 @@ struct SimulatedCamera::Impl {
     time_point startRequested;
     double framesBase = 0;      // frames counted up to `framesSince`
     time_point framesSince;
+    double acquiredBase = 0;    // frames read out during acquisitions that have ended
+    double framesAtStart = 0;   // the frame count when the running acquisition began
     uint64_t reads = 0, writes = 0;
 
     size_t userSetFile[2] = {0, 0};
@@ -159,7 +161,7 @@ struct SimulatedCamera::Impl {
         files.closeAll();
         acquiring = startPending = false;
         bootTime = timestampOrigin = framesSince = now;
-        framesBase = 0;
+        framesBase = acquiredBase = 0;
 
         writeFactorySettings(ram);
         ram.setBE32(reg::kShutterMode, 7); // firmware reports a mode the description does not know
@@ -213,6 +215,7 @@ struct SimulatedCamera::Impl {
         if (startPending && now - startRequested >= kAcquisitionStartDelay) {
             startPending = false;
             acquiring = true;
+            framesAtStart = frames(startRequested + kAcquisitionStartDelay);
             log(startRequested + kAcquisitionStartDelay, "acquisition started");
         }
     }
@@ -239,9 +242,13 @@ struct SimulatedCamera::Impl {
         framesSince = now;
     }
 
-    uint64_t frameCount(time_point now) const {
-        double frames = framesBase + seconds(now - framesSince) * frameRate();
-        return static_cast<uint64_t>(std::floor(frames + 1e-9));
+    double frames(time_point now) const { return framesBase + seconds(now - framesSince) * frameRate(); }
+
+    uint64_t frameCount(time_point now) const { return static_cast<uint64_t>(std::floor(frames(now) + 1e-9)); }
+
+    uint64_t acquiredFrameCount(time_point now) const {
+        double n = acquiredBase + (acquiring ? frames(now) - framesAtStart : 0.0);
+        return n > 0 ? static_cast<uint64_t>(std::floor(n + 1e-9)) : 0;
     }
 
     // The sensor warms up from 31 °C towards 45 °C over minutes, with a slow
@@ -303,6 +310,7 @@ struct SimulatedCamera::Impl {
 
     void stopAcquisition(time_point now) {
         if (!acquiring && !startPending) return;
+        if (acquiring) acquiredBase += frames(now) - framesAtStart;
         acquiring = startPending = false;
         log(now, "acquisition stopped");
     }
@@ -599,6 +607,13 @@ bool SimulatedCamera::acquisitionActive() const {
     std::lock_guard guard(impl_->mutex);
     impl_->settle(impl_->clock());
     return impl_->acquiring;
+}
+
+uint64_t SimulatedCamera::acquiredFrames() const {
+    std::lock_guard guard(impl_->mutex);
+    time_point now = impl_->clock();
+    impl_->settle(now);
+    return impl_->acquiredFrameCount(now);
 }
 
 uint64_t SimulatedCamera::readCount() const {

@@ -64,6 +64,9 @@ public:
     bool setFileContents(std::string_view name, std::vector<uint8_t> content);
     bool fileIsOpen(std::string_view name) const;
     bool acquisitionActive() const;
+    // Frames read out while an acquisition ran, since power-on or the last
+    // reset: what a frame grabber behind the camera has received.
+    uint64_t acquiredFrames() const;
     uint64_t readCount() const;
     uint64_t writeCount() const;
 
