@@ -13,13 +13,7 @@ using qorvis::sim::SimulatedCamera;
 
 namespace {
 
-struct Camera {
-    SimulatedCamera device;
-    CNodeMapRef map;
-    Camera() {
-        map._LoadXMLFromString(gcstring(SimulatedCamera::descriptionXml()));
-        map._Connect(&device);
-    }
+struct Camera : qorvis::sim::ConnectedSimulatedCamera {
     int64_t chunk() { return CRegisterPtr(map._GetNode("FileAccessBuffer"))->GetLength(); }
 };
 

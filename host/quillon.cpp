@@ -68,11 +68,8 @@ int tree(const std::string& file) {
 
 // The embedded simulated camera, live.
 int simulatedTree() {
-    qorvis::sim::SimulatedCamera camera;
-    CNodeMapRef ref;
-    ref._LoadXMLFromString(gcstring(qorvis::sim::SimulatedCamera::descriptionXml()));
-    ref._Connect(&camera);
-    return printRoot(ref, "the simulated camera");
+    qorvis::sim::ConnectedSimulatedCamera camera;
+    return printRoot(camera.map, "the simulated camera");
 }
 
 int check(const std::string& folder) {

@@ -28,6 +28,11 @@ extern const unsigned char kTorvexSimCameraXml[];
 extern const std::size_t kTorvexSimCameraXmlSize;
 } // namespace detail
 
+ConnectedSimulatedCamera::ConnectedSimulatedCamera(Clock clock) : device(std::move(clock)), map("Device") {
+    map._LoadXMLFromString(GenICam::gcstring(SimulatedCamera::descriptionXml()));
+    map._Connect(&device);
+}
+
 std::string_view SimulatedCamera::descriptionXml() {
     return {reinterpret_cast<const char*>(detail::kTorvexSimCameraXml), detail::kTorvexSimCameraXmlSize};
 }

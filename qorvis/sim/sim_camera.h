@@ -24,6 +24,7 @@
 #include <vector>
 
 #include "GenApi/Interfaces.h"
+#include "GenApi/NodeMapRef.h"
 
 namespace qorvis::sim {
 
@@ -91,6 +92,15 @@ public:
 
 private:
     std::shared_ptr<std::atomic<duration::rep>> ticks_;
+};
+
+// A simulated camera with its description loaded as the node map "Device"
+// and connected to it: what tests, benchmarks and tools start from.
+struct ConnectedSimulatedCamera {
+    explicit ConnectedSimulatedCamera(Clock clock = {});
+    SimulatedCamera device; // declared first: the node map points at it
+    GenApi::CNodeMapRef map;
+    GenApi::INodeMap* nodeMap() const { return map._Ptr(); }
 };
 
 } // namespace qorvis::sim

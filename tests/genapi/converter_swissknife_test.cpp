@@ -17,20 +17,10 @@ using GenICam::OutOfRangeException;
 class ComputedNodes : public ::testing::Test {
 protected:
     quillon_test::Device d{"formula_nodes.xml"};
-    CIntegerPtr integer(const char* name) {
-        CIntegerPtr p = d.node(name);
-        EXPECT_TRUE(p.IsValid()) << name;
-        return p;
-    }
-    CFloatPtr floating(const char* name) {
-        CFloatPtr p = d.node(name);
-        EXPECT_TRUE(p.IsValid()) << name;
-        return p;
-    }
 };
 
 TEST_F(ComputedNodes, ConverterReadsWithFormulaFromAndWritesWithFormulaTo) {
-    CFloatPtr exposure = floating("ExposureTime");
+    CFloatPtr exposure = d.floating("ExposureTime");
     d.putLE(0x5000, 2500, 4);
     EXPECT_EQ(exposure->GetValue(), 2.5);  // TO = 2500
     EXPECT_EQ(std::string(exposure->GetUnit()), "ms");
@@ -38,7 +28,7 @@ TEST_F(ComputedNodes, ConverterReadsWithFormulaFromAndWritesWithFormulaTo) {
 
     exposure->SetValue(12.5);  // FROM = 12.5
     EXPECT_EQ(d.getLE(0x5000, 4), 12500u);
-    EXPECT_EQ(integer("ExposureRaw")->GetValue(), 12500);
+    EXPECT_EQ(d.integer("ExposureRaw")->GetValue(), 12500);
     EXPECT_EQ(exposure->GetValue(), 12.5);
 
     // The limits are the raw node's limits through FormulaFrom.
@@ -50,7 +40,7 @@ TEST_F(ComputedNodes, ConverterReadsWithFormulaFromAndWritesWithFormulaTo) {
 }
 
 TEST_F(ComputedNodes, DecreasingConverterSwapsTheLimits) {
-    CFloatPtr rate = floating("FrameRate");
+    CFloatPtr rate = d.floating("FrameRate");
     d.putLE(0x5000, 2500, 4);
     EXPECT_EQ(rate->GetValue(), 4000.0);
     // The largest raw value gives the smallest rate.
@@ -63,9 +53,9 @@ TEST_F(ComputedNodes, DecreasingConverterSwapsTheLimits) {
 }
 
 TEST_F(ComputedNodes, IntConverterMapsBothWaysAndDerivesItsLimits) {
-    CIntegerPtr level = integer("Level");
-    CIntegerPtr doubled = integer("DoubledLevel");
-    CIntegerPtr mirrored = integer("MirroredLevel");
+    CIntegerPtr level = d.integer("Level");
+    CIntegerPtr doubled = d.integer("DoubledLevel");
+    CIntegerPtr mirrored = d.integer("MirroredLevel");
 
     EXPECT_EQ(doubled->GetValue(), 20);
     EXPECT_EQ(doubled->GetMin(), 0);
@@ -85,8 +75,8 @@ TEST_F(ComputedNodes, IntConverterMapsBothWaysAndDerivesItsLimits) {
 }
 
 TEST_F(ComputedNodes, SwissKnivesUseVariablesConstantsExpressionsAndLimits) {
-    CFloatPtr halfArea = floating("HalfArea");
-    CIntegerPtr maxArea = integer("MaxArea");
+    CFloatPtr halfArea = d.floating("HalfArea");
+    CIntegerPtr maxArea = d.integer("MaxArea");
     EXPECT_EQ(d.node("HalfArea")->GetPrincipalInterfaceType(), intfIFloat);
     EXPECT_EQ(d.node("MaxArea")->GetPrincipalInterfaceType(), intfIInteger);
 
@@ -94,7 +84,7 @@ TEST_F(ComputedNodes, SwissKnivesUseVariablesConstantsExpressionsAndLimits) {
     EXPECT_EQ(std::string(halfArea->GetUnit()), "px");
     EXPECT_EQ(maxArea->GetValue(), 1920 * 1080 - 16 * 16);
 
-    integer("Width")->SetValue(1000);
+    d.integer("Width")->SetValue(1000);
     EXPECT_EQ(halfArea->GetValue(), 1000.0 * 480.0 * 0.5);
     EXPECT_EQ(maxArea->GetValue(), 1920 * 1080 - 16 * 16);
 
@@ -107,8 +97,8 @@ TEST_F(ComputedNodes, SwissKnivesUseVariablesConstantsExpressionsAndLimits) {
 
 TEST_F(ComputedNodes, SwissKnifeComparesWithEnumerationEntries) {
     CEnumerationPtr source = d.node("TriggerSource");
-    CIntegerPtr active = integer("TriggerActive");
-    CIntegerPtr software = integer("IsSoftware");
+    CIntegerPtr active = d.integer("TriggerActive");
+    CIntegerPtr software = d.integer("IsSoftware");
     ASSERT_TRUE(source.IsValid());
 
     EXPECT_EQ(active->GetValue(), 0);

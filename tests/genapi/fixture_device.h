@@ -50,6 +50,18 @@ struct Device {
         EXPECT_TRUE(map._Connect(&port));
     }
 
+    // A node through a typed pointer; a wrong type fails the test.
+    GenApi::CIntegerPtr integer(const char* name) const {
+        GenApi::CIntegerPtr p = node(name);
+        EXPECT_TRUE(p.IsValid()) << name;
+        return p;
+    }
+    GenApi::CFloatPtr floating(const char* name) const {
+        GenApi::CFloatPtr p = node(name);
+        EXPECT_TRUE(p.IsValid()) << name;
+        return p;
+    }
+
     GenApi::INode* node(const char* name) const {
         GenApi::INode* n = map._GetNode(name);
         EXPECT_NE(n, nullptr) << "no node " << name;

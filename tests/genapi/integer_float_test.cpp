@@ -17,20 +17,10 @@ using GenICam::OutOfRangeException;
 class IntegerFloat : public ::testing::Test {
 protected:
     quillon_test::Device d{"integer_float.xml"};
-    CIntegerPtr integer(const char* name) {
-        CIntegerPtr p = d.node(name);
-        EXPECT_TRUE(p.IsValid()) << name;
-        return p;
-    }
-    CFloatPtr floating(const char* name) {
-        CFloatPtr p = d.node(name);
-        EXPECT_TRUE(p.IsValid()) << name;
-        return p;
-    }
 };
 
 TEST_F(IntegerFloat, IntegerWritesAreCheckedAgainstMinMaxAndInc) {
-    CIntegerPtr stepped = integer("Stepped");
+    CIntegerPtr stepped = d.integer("Stepped");
     EXPECT_EQ(stepped->GetMin(), 2);
     EXPECT_EQ(stepped->GetMax(), 102);
     EXPECT_EQ(stepped->GetInc(), 5);
@@ -60,7 +50,7 @@ TEST_F(IntegerFloat, IntegerWritesAreCheckedAgainstMinMaxAndInc) {
 }
 
 TEST_F(IntegerFloat, VerifiedWritesAreCheckedByEveryNodeOfThePValueChain) {
-    CIntegerPtr nibble = integer("Nibble");
+    CIntegerPtr nibble = d.integer("Nibble");
     EXPECT_EQ(nibble->GetMax(), 100);
     d.put(0x4200, {0xA0, 0, 0, 0});
     // 20 passes Nibble's own range but does not fit the 4-bit field.
@@ -69,8 +59,8 @@ TEST_F(IntegerFloat, VerifiedWritesAreCheckedByEveryNodeOfThePValueChain) {
     nibble->SetValue(9);
     EXPECT_EQ(d.get(0x4200, 4), (std::vector<uint8_t>{0xA9, 0, 0, 0}));
 
-    CIntegerPtr outer = integer("Outer");
-    CIntegerPtr inner = integer("Inner");
+    CIntegerPtr outer = d.integer("Outer");
+    CIntegerPtr inner = d.integer("Inner");
     EXPECT_THROW(outer->SetValue(70), OutOfRangeException);
     EXPECT_EQ(inner->GetValue(), 5);
     outer->SetValue(30);
@@ -82,26 +72,26 @@ TEST_F(IntegerFloat, VerifiedWritesAreCheckedByEveryNodeOfThePValueChain) {
 }
 
 TEST_F(IntegerFloat, IntegerLimitsMayComeFromOtherNodes) {
-    CIntegerPtr limited = integer("Limited");
+    CIntegerPtr limited = d.integer("Limited");
     EXPECT_EQ(limited->GetMin(), 10);
     EXPECT_EQ(limited->GetMax(), 60);
     EXPECT_THROW(limited->SetValue(61), OutOfRangeException);
     EXPECT_THROW(limited->SetValue(9), OutOfRangeException);
 
-    integer("HighLimit")->SetValue(40);
+    d.integer("HighLimit")->SetValue(40);
     EXPECT_EQ(limited->GetMax(), 40);
     EXPECT_THROW(limited->SetValue(50), OutOfRangeException);
     limited->SetValue(40);
     EXPECT_EQ(limited->GetValue(), 40);
 
-    integer("LowLimit")->SetValue(40);
+    d.integer("LowLimit")->SetValue(40);
     EXPECT_EQ(limited->GetMin(), 40);
     EXPECT_THROW(limited->SetValue(39), OutOfRangeException);
 }
 
 TEST_F(IntegerFloat, IntegerInheritsRepresentationUnitAndLimitsFromPValue) {
-    CIntegerPtr timer = integer("Timer");
-    CIntegerPtr asText = integer("TimerAsText");
+    CIntegerPtr timer = d.integer("Timer");
+    CIntegerPtr asText = d.integer("TimerAsText");
     EXPECT_EQ(timer->GetRepresentation(), HexNumber);
     EXPECT_EQ(std::string(timer->GetUnit()), "us");
     EXPECT_EQ(timer->GetMin(), 0);
@@ -125,20 +115,20 @@ TEST_F(IntegerFloat, IntegerInheritsRepresentationUnitAndLimitsFromPValue) {
 }
 
 TEST_F(IntegerFloat, IntegerValueCopiesReceiveEveryWrite) {
-    integer("Master")->SetValue(7);
-    EXPECT_EQ(integer("Master")->GetValue(), 7);
-    EXPECT_EQ(integer("CopyNode")->GetValue(), 7);
-    EXPECT_EQ(integer("CopyReg")->GetValue(), 7);
+    d.integer("Master")->SetValue(7);
+    EXPECT_EQ(d.integer("Master")->GetValue(), 7);
+    EXPECT_EQ(d.integer("CopyNode")->GetValue(), 7);
+    EXPECT_EQ(d.integer("CopyReg")->GetValue(), 7);
     EXPECT_EQ(d.getLE(0x4010, 4), 7u);
 
     // Copies are written, never read back into the source.
-    integer("CopyNode")->SetValue(8);
-    EXPECT_EQ(integer("Master")->GetValue(), 7);
+    d.integer("CopyNode")->SetValue(8);
+    EXPECT_EQ(d.integer("Master")->GetValue(), 7);
 }
 
 TEST_F(IntegerFloat, IntegerIndexedValuesFollowTheSelector) {
-    CIntegerPtr selector = integer("Selector");
-    CIntegerPtr value = integer("PerSelector");
+    CIntegerPtr selector = d.integer("Selector");
+    CIntegerPtr value = d.integer("PerSelector");
     d.putLE(0x4020, 55, 4);
 
     EXPECT_EQ(value->GetValue(), 100);
@@ -166,7 +156,7 @@ TEST_F(IntegerFloat, IntegerIndexedValuesFollowTheSelector) {
 }
 
 TEST_F(IntegerFloat, FloatLimitsNotationAndText) {
-    CFloatPtr gain = floating("Gain");
+    CFloatPtr gain = d.floating("Gain");
     EXPECT_EQ(gain->GetValue(), 1.5);
     EXPECT_EQ(gain->GetMin(), 0.0);
     EXPECT_EQ(gain->GetMax(), 10.0);
@@ -189,7 +179,7 @@ TEST_F(IntegerFloat, FloatLimitsNotationAndText) {
     EXPECT_EQ(gain->GetValue(), 3.5);
     EXPECT_THROW(gain->FromString("loud"), InvalidArgumentException);
 
-    CFloatPtr halfSteps = floating("HalfSteps");
+    CFloatPtr halfSteps = d.floating("HalfSteps");
     EXPECT_TRUE(halfSteps->HasInc());
     EXPECT_EQ(halfSteps->GetInc(), 0.5);
     EXPECT_EQ(halfSteps->GetIncMode(), fixedIncrement);
@@ -203,7 +193,7 @@ TEST_F(IntegerFloat, FloatLimitsNotationAndText) {
 }
 
 TEST_F(IntegerFloat, FloatOverAnIntegerRegister) {
-    CFloatPtr count = floating("Count");
+    CFloatPtr count = d.floating("Count");
     d.putLE(0x4100, 42, 2);
     EXPECT_EQ(count->GetValue(), 42.0);
     EXPECT_EQ(count->GetMin(), 0.0);

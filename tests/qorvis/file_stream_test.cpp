@@ -15,14 +15,7 @@ using qorvis::sim::SimulatedCamera;
 
 namespace {
 
-struct Camera {
-    SimulatedCamera device;
-    CNodeMapRef map;
-    Camera() {
-        map._LoadXMLFromString(gcstring(SimulatedCamera::descriptionXml()));
-        map._Connect(&device);
-    }
-};
+using Camera = qorvis::sim::ConnectedSimulatedCamera;
 
 std::vector<char> pattern(size_t n, unsigned seed) {
     std::mt19937 random(seed);
