@@ -1,0 +1,200 @@
+#include "browser/tree_model.h"
+
+#include "GenApi/Callback.h"
+#include "GenApi/Pointer.h"
+#include "GenICam/exceptions.h"
+#include "browser/feature_polling.h"
+#include "browser/value_rendering.h"
+
+namespace quillon::browser {
+
+namespace {
+
+bool Implemented(GenApi::INode* node) { return node->GetAccessMode() != GenApi::NI; }
+
+GenApi::INode* NodeOf(GenApi::IValue* value) { return value ? value->GetNode() : nullptr; }
+
+} // namespace
+
+FeatureTreeModel::FeatureTreeModel(TreeSink& sink, ChangedNodeSet* changes) : sink_(sink), changes_(changes) {}
+
+FeatureTreeModel::~FeatureTreeModel() {
+    for (auto& row : featureRows_)
+        if (row.callbackHandle) row.node->DeregisterCallback(row.callbackHandle);
+}
+
+bool FeatureTreeModel::Shown(GenApi::INode* node) const {
+    return shownFeatures_.count(node) != 0 || shownCategories_.count(node) != 0;
+}
+
+bool FeatureTreeModel::IsCategoryShown(GenApi::ICategory* category) const {
+    return category && shownCategories_.count(dynamic_cast<GenApi::INode*>(category)) != 0;
+}
+
+bool FeatureTreeModel::IsFeatureShown(GenApi::INode* node) const { return shownFeatures_.count(node) != 0; }
+
+FeatureRow* FeatureTreeModel::RowForItem(TreeItem item) {
+    auto it = rowOfItem_.find(item);
+    return it == rowOfItem_.end() ? nullptr : it->second;
+}
+
+FeatureRow FeatureTreeModel::MakeRow(GenApi::INode* node, const NodeMapContext& context) const {
+    FeatureRow row;
+    row.context = context;
+    row.node = node;
+    row.label = std::string(node->GetDisplayName());
+    row.properties = ReadPropertyFlags(node);
+    return row;
+}
+
+TreeItem FeatureTreeModel::Insert(FeatureRow& row, TreeItem parent) {
+    row.treeItem = sink_.InsertItem(parent, RenderRow(row));
+    row.parentItem = sink_.GetParentItem(row.treeItem);
+    return row.treeItem;
+}
+
+void FeatureTreeModel::AddFeatureRow(FeatureRow row, GenApi::ECallbackType callbackType) {
+    row.callbackHandle = GenApi::Register(row.node, *this, &FeatureTreeModel::OnNodeChanged, callbackType);
+    const size_t index = featureRows_.size();
+    shownFeatures_.insert(row.node);
+    featureRowsOfNode_.emplace(row.node, index);
+    featureRows_.push_back(std::move(row));
+    FeatureRow& stored = featureRows_.back();
+    if (stored.treeItem != kTopLevel) rowOfItem_[stored.treeItem] = &stored;
+}
+
+void FeatureTreeModel::AddCategory(GenApi::INode* node, TreeItem parent, const NodeMapContext& context) {
+    FeatureRow row = MakeRow(node, context);
+    if (row.label == kFileAccessCategoryLabel) {
+        row.isFileAccessCategory = true;
+        row.label = kFileAccessCategoryRowLabel;
+    }
+    const TreeItem item = Insert(row, parent);
+    shownCategories_.insert(node);
+    categoryRows_.push_back(std::move(row));
+    rowOfItem_[item] = &categoryRows_.back();
+    sink_.SetItemBold(item, true);
+    PopulateCategory(GenApi::CCategoryPtr(node).get(), item, context, std::nullopt);
+}
+
+void FeatureTreeModel::PopulateCategory(GenApi::ICategory* category, TreeItem parent, const NodeMapContext& context,
+                                        std::optional<size_t> selectorIndex) {
+    GenApi::FeatureList_t members;
+    if (selectorIndex) {
+        GenApi::CSelectorPtr selector(featureRows_[*selectorIndex].node);
+        selector->GetSelectedFeatures(members);
+    } else {
+        category->GetFeatures(members);
+    }
+    for (GenApi::IValue* member : members) {
+        GenApi::INode* node = NodeOf(member);
+        if (!node || !node->IsFeature()) continue;
+        const bool visible = node->GetVisibility() <= userLevel_;
+        if (GenApi::CCategoryPtr(node)) {
+            if (Implemented(node) && visible && !IsCategoryShown(GenApi::CCategoryPtr(node).get()))
+                AddCategory(node, parent, context);
+            continue;
+        }
+        GenApi::CSelectorPtr selector(node);
+        if (selector && selector->IsSelector()) {
+            if (Implemented(node) && visible && !IsFeatureShown(node)) {
+                FeatureRow row = MakeRow(node, context);
+                const size_t index = featureRows_.size();
+                const TreeItem item = Insert(row, parent);
+                sink_.SetItemBold(item, false);
+                AddFeatureRow(std::move(row), GenApi::cbPostOutsideLock);
+                PopulateCategory(nullptr, item, context, index);
+            }
+            continue;
+        }
+        if (selectorIndex) {
+            if (visible && !IsFeatureShown(node)) {
+                FeatureRow row = MakeRow(node, context);
+                // A selected feature that is not implemented keeps its row
+                // and callback without an item: it may become implemented.
+                if (Implemented(node)) Insert(row, parent);
+                AddFeatureRow(std::move(row), GenApi::cbPostInsideLock);
+                featureRows_[*selectorIndex].selectedRows.push_back(featureRows_.back());
+            }
+        } else if (Implemented(node) && visible && !IsFeatureShown(node)) {
+            FeatureRow row = MakeRow(node, context);
+            Insert(row, parent);
+            AddFeatureRow(std::move(row), GenApi::cbPostInsideLock);
+        }
+    }
+}
+
+void FeatureTreeModel::Build(const std::vector<NodeMapEntry>& entries, int userLevel) {
+    userLevel_ = userLevel;
+    for (const NodeMapEntry& entry : entries) {
+        const NodeMapContext& context = entry.context;
+        GenApi::INodeMap* nodeMap = context.nodeMap;
+        if (!nodeMap) throw LOGICAL_ERROR_EXCEPTION("NULL pointer dereferenced");
+        GenApi::INode* rootNode = nodeMap->GetNode("Root");
+        GenApi::CCategoryPtr root(rootNode);
+        if (!root) throw LOGICAL_ERROR_EXCEPTION("NULL pointer dereferenced");
+
+        TreeItem parent = kTopLevel;
+        bool captioned = false;
+        if (!context.caption.empty()) {
+            FeatureRow row;
+            row.context = context;
+            row.node = rootNode;
+            row.label = context.caption;
+            row.treeItem = sink_.InsertItem(kTopLevel, row.label);
+            row.parentItem = sink_.GetParentItem(row.treeItem);
+            parent = row.treeItem;
+            shownCategories_.insert(rootNode);
+            categoryRows_.push_back(std::move(row));
+            rowOfItem_[parent] = &categoryRows_.back();
+            sink_.SetItemBold(parent, true);
+            captioned = true;
+        }
+        if (!IsCategoryShown(root.get()) || captioned) {
+            PopulateCategory(root.get(), parent, context, std::nullopt);
+            sink_.Expand(kTopLevel);
+        } else {
+            // The root is shown already: add the map's remaining categories at top level.
+            GenApi::NodeList_t nodes;
+            nodeMap->GetNodes(nodes);
+            for (GenApi::INode* node : nodes) {
+                if (!GenApi::CCategoryPtr(node) || node->GetVisibility() > userLevel_) continue;
+                if (IsCategoryShown(GenApi::CCategoryPtr(node).get()) || !Implemented(node)) continue;
+                AddCategory(node, kTopLevel, context);
+            }
+        }
+    }
+}
+
+void FeatureTreeModel::Clear() {
+    for (auto& row : featureRows_)
+        if (row.callbackHandle) row.node->DeregisterCallback(row.callbackHandle);
+    sink_.DeleteAllItems();
+    categoryRows_.clear();
+    featureRows_.clear();
+    shownCategories_.clear();
+    shownFeatures_.clear();
+    rowOfItem_.clear();
+    featureRowsOfNode_.clear();
+}
+
+void FeatureTreeModel::Rebuild(const std::vector<NodeMapEntry>& entries, int userLevel) {
+    Clear();
+    Build(entries, userLevel);
+}
+
+void FeatureTreeModel::RewriteRowsOf(GenApi::INode* node) {
+    auto [first, last] = featureRowsOfNode_.equal_range(node);
+    for (auto it = first; it != last; ++it) RewriteRow(featureRows_[it->second], sink_);
+}
+
+void FeatureTreeModel::RewriteAll() {
+    for (auto& row : categoryRows_) RewriteRow(row, sink_);
+    for (auto& row : featureRows_) RewriteRow(row, sink_);
+}
+
+void FeatureTreeModel::OnNodeChanged(GenApi::INode* node) {
+    if (changes_) changes_->OnNodeChanged(node);
+}
+
+} // namespace quillon::browser

@@ -1,0 +1,80 @@
+// The feature tree: which nodes of the node maps become rows, in which order
+// and under which parent, and the node callbacks tied to the feature rows.
+#pragma once
+
+#include <deque>
+#include <optional>
+#include <unordered_map>
+#include <unordered_set>
+#include <vector>
+
+#include "GenApi/Interfaces.h"
+#include "browser/feature_row.h"
+
+namespace quillon::browser {
+
+class ChangedNodeSet;
+
+// GenApi visibility values; a node is shown when its visibility <= the level.
+enum UserLevel : int { kStandard = 0, kAdvanced = 1, kGuru = 2 };
+
+// The label that makes a category open the file-transfer dialog, and the
+// label its row takes (the value column offers the dialog).
+inline constexpr const char* kFileAccessCategoryLabel = "File Access Control";
+inline constexpr const char* kFileAccessCategoryRowLabel = "File Access Control\tFile Access Control...";
+
+class FeatureTreeModel {
+public:
+    // Callbacks of feature rows report to `changes` (may be null: no callbacks).
+    FeatureTreeModel(TreeSink& sink, ChangedNodeSet* changes);
+    // Deregisters every callback; the tree's items stay with the tree.
+    ~FeatureTreeModel();
+    FeatureTreeModel(const FeatureTreeModel&) = delete;
+    FeatureTreeModel& operator=(const FeatureTreeModel&) = delete;
+
+    // Builds rows for `entries` at `userLevel` below what the tree holds and
+    // writes every row's text. Clears nothing; GenICam exceptions propagate.
+    void Build(const std::vector<NodeMapEntry>& entries, int userLevel);
+    // Deregisters every feature row's callback, deletes all items, empties the lists.
+    void Clear();
+    // Clear, then Build at another level.
+    void Rebuild(const std::vector<NodeMapEntry>& entries, int userLevel);
+
+    int userLevel() const { return userLevel_; }
+    const std::deque<FeatureRow>& categoryRows() const { return categoryRows_; }
+    const std::deque<FeatureRow>& featureRows() const { return featureRows_; }
+
+    bool IsCategoryShown(GenApi::ICategory* category) const;
+    bool IsFeatureShown(GenApi::INode* node) const;
+    // The row behind a tree item, null for none.
+    FeatureRow* RowForItem(TreeItem item);
+    // Rewrites the texts of every row of `node`.
+    void RewriteRowsOf(GenApi::INode* node);
+    // Rewrites every row's text.
+    void RewriteAll();
+
+    // What a feature row's callback calls.
+    void OnNodeChanged(GenApi::INode* node);
+
+private:
+    void PopulateCategory(GenApi::ICategory* category, TreeItem parent, const NodeMapContext& context,
+                          std::optional<size_t> selectorIndex);
+    void AddCategory(GenApi::INode* node, TreeItem parent, const NodeMapContext& context);
+    FeatureRow MakeRow(GenApi::INode* node, const NodeMapContext& context) const;
+    TreeItem Insert(FeatureRow& row, TreeItem parent);
+    void AddFeatureRow(FeatureRow row, GenApi::ECallbackType callbackType);
+    bool Shown(GenApi::INode* node) const;
+
+    TreeSink& sink_;
+    ChangedNodeSet* changes_;
+    int userLevel_ = kStandard;
+    std::deque<FeatureRow> categoryRows_; // captions and categories (bold)
+    std::deque<FeatureRow> featureRows_;  // features; a row's position is its index
+    // Identity sets mirroring the lists' nodes, for de-duplication.
+    std::unordered_set<const void*> shownCategories_;
+    std::unordered_set<const void*> shownFeatures_;
+    std::unordered_map<TreeItem, FeatureRow*> rowOfItem_;
+    std::unordered_multimap<GenApi::INode*, size_t> featureRowsOfNode_;
+};
+
+} // namespace quillon::browser

@@ -1,0 +1,130 @@
+#include "browser/value_rendering.h"
+
+#include <algorithm>
+#include <cinttypes>
+#include <cstdio>
+
+#include "GenApi/Pointer.h"
+#include "GenICam/exceptions.h"
+
+namespace quillon::browser {
+
+namespace {
+
+template <class... Args>
+std::string Format(const char* format, Args... args) {
+    char buffer[512];
+    const int n = std::snprintf(buffer, sizeof buffer, format, args...);
+    if (n < 0) return {};
+    if (static_cast<size_t>(n) < sizeof buffer) return std::string(buffer, static_cast<size_t>(n));
+    std::string text(static_cast<size_t>(n) + 1, '\0');
+    std::snprintf(text.data(), text.size(), format, args...);
+    text.resize(static_cast<size_t>(n));
+    return text;
+}
+
+
+std::string WithValue(const std::string& label, const std::string& value) { return label + " \t " + value; }
+std::string EmptyValue(const std::string& label) { return label + " \t"; }
+
+std::string IntegerText(const std::string& label, GenApi::INode* node) {
+    GenApi::CIntegerPtr integer(node);
+    const std::string name(node->GetName());
+    GenApi::ERepresentation representation;
+    if (IsIpv4FeatureName(name)) representation = GenApi::IPV4Address;
+    else if (IsMacFeatureName(name)) representation = GenApi::MACAddress;
+    else representation = integer->GetRepresentation();
+    const int64_t v = integer->GetValue();
+    switch (representation) {
+    case GenApi::IPV4Address: return WithValue(label, FormatIpv4(v));
+    case GenApi::MACAddress: return WithValue(label, FormatMac(v));
+    case GenApi::HexNumber: return WithValue(label, Format("0x%" PRIX64, static_cast<uint64_t>(v)));
+    default: return WithValue(label, Format("%" PRId64, v));
+    }
+}
+
+} // namespace
+
+bool IsIpv4FeatureName(std::string_view name) {
+    return std::find(ipv4FeatureNames.begin(), ipv4FeatureNames.end(), name) != ipv4FeatureNames.end();
+}
+
+bool IsMacFeatureName(std::string_view name) {
+    return std::find(macFeatureNames.begin(), macFeatureNames.end(), name) != macFeatureNames.end();
+}
+
+std::string FormatIpv4(int64_t value) {
+    // The 32-bit value in network order: its most significant byte first.
+    const auto v = static_cast<uint32_t>(value);
+    return Format("%u.%u.%u.%u", (v >> 24) & 0xFFu, (v >> 16) & 0xFFu, (v >> 8) & 0xFFu, v & 0xFFu);
+}
+
+std::string FormatMac(int64_t value) {
+    const auto v = static_cast<uint64_t>(value);
+    auto byte = [v](int shift) { return static_cast<unsigned>((v >> shift) & 0xFFu); };
+    return Format("%.2X-%.2X-%.2X-%.2X-%.2X-%.2X", byte(40), byte(32), byte(24), byte(16), byte(8), byte(0));
+}
+
+std::string FormatFloatValue(double v) {
+    // The signed value decides: negative values fall through to fifteen digits.
+    const char* format;
+    if (v >= 1.0 || v == 0.0) format = "%.3f";
+    else if (v >= 0.001) format = "%.6f";
+    else if (v >= 0.000001) format = "%.9f";
+    else if (v >= 0.000000001) format = "%.12f";
+    else format = "%.15f";
+    return Format(format, v);
+}
+
+std::string RowText(const std::string& label, GenApi::INode* node) {
+    if (!node) throw LOGICAL_ERROR_EXCEPTION("NULL pointer dereferenced");
+    const GenApi::EInterfaceType type = node->GetPrincipalInterfaceType();
+    switch (type) {
+    case GenApi::intfIValue:
+    case GenApi::intfIBase:
+    case GenApi::intfICategory:
+    case GenApi::intfIEnumEntry:
+    case GenApi::intfIPort: return label;
+    default: break;
+    }
+    const GenApi::EAccessMode mode = node->GetAccessMode();
+    if (mode == GenApi::NA || mode == GenApi::NI) return WithValue(label, "N/A");
+    switch (type) {
+    case GenApi::intfIInteger:
+        return GenApi::IsReadable(mode) ? IntegerText(label, node) : EmptyValue(label);
+    case GenApi::intfIFloat:
+        return GenApi::IsReadable(mode) ? WithValue(label, FormatFloatValue(GenApi::CFloatPtr(node)->GetValue()))
+                                : EmptyValue(label);
+    case GenApi::intfIBoolean: return EmptyValue(label); // the check state carries the value
+    case GenApi::intfICommand:
+        return GenApi::CCommandPtr(node).IsValid() ? WithValue(label, "Execute()") : WithValue(label, "N/A");
+    case GenApi::intfIString:
+        return GenApi::IsReadable(mode) ? WithValue(label, std::string(GenApi::CStringPtr(node)->GetValue()))
+                                : EmptyValue(label);
+    case GenApi::intfIRegister: return WithValue(label, "..."); // registers are never read for display
+    case GenApi::intfIEnumeration: {
+        if (!GenApi::IsReadable(mode)) return EmptyValue(label);
+        GenApi::CEnumEntryPtr entry(GenApi::CEnumerationPtr(node)->GetCurrentEntry());
+        return WithValue(label, std::string(entry->GetSymbolic()));
+    }
+    default: return WithValue(label, "N/A");
+    }
+}
+
+std::string RenderRow(FeatureRow& row) {
+    try {
+        std::string text = RowText(row.label, row.node);
+        row.inError = false;
+        return text;
+    } catch (const GenICam::GenericException&) {
+        row.inError = true;
+        return WithValue(row.label, "Error");
+    }
+}
+
+void RewriteRow(FeatureRow& row, TreeSink& sink) {
+    std::string text = RenderRow(row);
+    if (row.treeItem != kTopLevel) sink.SetItemText(row.treeItem, text);
+}
+
+} // namespace quillon::browser

@@ -1,0 +1,264 @@
+#include "inspect/file_transfer.h"
+
+#include <algorithm>
+#include <filesystem>
+#include <fstream>
+
+#include "GenApi/Filestream.h"
+#include "GenApi/Pointer.h"
+#include "GenICam/exceptions.h"
+#include "qorvis.h"
+
+namespace quillon::inspect {
+
+namespace {
+
+// The name of FileSelector's current entry: the device file to transfer.
+std::string selectedDeviceFile(GenApi::INodeMap* nodeMap) {
+    GenApi::CEnumerationPtr selector(nodeMap->GetNode("FileSelector"));
+    GenApi::CEnumEntryPtr entry(selector->GetCurrentEntry());
+    return std::string(entry->GetSymbolic());
+}
+
+// Progress ranges and positions are 32-bit; larger files wrap there only.
+int32_t progressValue(int64_t value) { return static_cast<int32_t>(value); }
+
+} // namespace
+
+FileTransferSession::FileTransferSession(GenApi::INodeMap* nodeMap, FileTransferPlatform platform)
+    : nodeMap_(nodeMap), platform_(std::move(platform)) {}
+
+FileTransferSession::~FileTransferSession() { WaitForTransfer(); }
+
+std::string FileTransferSession::FillFileList() {
+    files_.clear();
+    current_ = 0;
+    GenApi::CEnumerationPtr selector(nodeMap_ ? nodeMap_->GetNode("FileSelector") : nullptr);
+    if (!selector) return {};
+    GenApi::NodeList_t entries;
+    selector->GetEntries(entries);
+    for (GenApi::INode* node : entries) {
+        GenApi::CEnumEntryPtr entry(node);
+        GenApi::EAccessMode mode = entry->GetAccessMode();
+        if (mode == GenApi::NI || mode == GenApi::NA) continue;
+        files_.push_back({std::string(node->GetDisplayName()), node});
+    }
+    return files_.empty() ? std::string() : SelectFile(0);
+}
+
+std::string FileTransferSession::SelectFile(size_t index) {
+    if (index >= files_.size()) return {};
+    current_ = index;
+    std::string label;
+    try {
+        GenApi::CEnumEntryPtr entry(files_[index].entry);
+        GenApi::CEnumerationPtr(nodeMap_->GetNode("FileSelector"))->FromString(entry->GetSymbolic());
+        label = std::string(files_[index].entry->GetDescription());
+        platform_.buttons.EnableDownload(false);
+        platform_.buttons.EnableUpload(false);
+        GenApi::StringList_t modes;
+        GenApi::CEnumerationPtr(nodeMap_->GetNode("FileOpenMode"))->GetSymbolics(modes);
+        if (std::find(modes.begin(), modes.end(), "Read") != modes.end()) platform_.buttons.EnableDownload(true);
+        if (std::find(modes.begin(), modes.end(), "Write") != modes.end()) platform_.buttons.EnableUpload(true);
+    } catch (const GenICam::GenericException& e) {
+        label = e.GetDescription();
+    }
+    return label;
+}
+
+std::string FileTransferSession::ProposedLocalName() const {
+    std::string prefix;
+    try {
+        GenApi::CStringPtr vendor(nodeMap_->GetNode("DeviceVendorName"));
+        GenApi::CStringPtr model(nodeMap_->GetNode("DeviceModelName"));
+        if (vendor && model && GenApi::IsReadable(vendor->GetAccessMode()) &&
+            GenApi::IsReadable(model->GetAccessMode())) {
+            std::string v(vendor->GetValue());
+            std::string m(model->GetValue());
+            prefix = v + " " + m;
+        }
+    } catch (const GenICam::GenericException&) {
+        // Without a readable identity the name starts with "_".
+    }
+    std::string name = prefix + "_" + (current_ < files_.size() ? files_[current_].displayName : std::string()) + ".bin";
+    std::replace(name.begin(), name.end(), ' ', '_');
+    return name;
+}
+
+bool FileTransferSession::StartDownload() { return start(FileDialog::Kind::Save); }
+bool FileTransferSession::StartUpload() { return start(FileDialog::Kind::Open); }
+
+bool FileTransferSession::start(FileDialog::Kind kind) {
+    if (cancel_) return false; // the dialog is closing
+    localPath_.clear();
+    localPath_ = platform_.fileDialog.Choose(kind, ProposedLocalName());
+    if (localPath_.empty()) return false;
+    platform_.buttons.EnableDownload(false);
+    platform_.buttons.EnableUpload(false);
+    std::thread previous;
+    {
+        std::lock_guard lock(slots_);
+        previous = std::move(transfer_);
+    }
+    if (previous.joinable()) previous.join();
+    std::lock_guard lock(slots_);
+    transfer_ = std::thread([this, kind, path = localPath_] {
+        if (kind == FileDialog::Kind::Save) Download(path);
+        else Upload(path);
+    });
+    return true;
+}
+
+void FileTransferSession::Cancel() {
+    cancel_ = true;
+    std::lock_guard lock(slots_);
+    if (canceller_.joinable()) return; // already cancelling
+    canceller_ = std::thread([this] {
+        cancel_ = true;
+        std::thread worker;
+        {
+            std::lock_guard inner(slots_);
+            worker = std::move(transfer_);
+        }
+        if (worker.joinable()) worker.join();
+    });
+}
+
+void FileTransferSession::WaitForTransfer() {
+    auto joinSlot = [this](std::thread& slot) {
+        std::thread t;
+        {
+            std::lock_guard lock(slots_);
+            t = std::move(slot);
+        }
+        if (t.joinable()) t.join();
+    };
+    joinSlot(canceller_);
+    joinSlot(transfer_);
+    // The transfer's own progress callbacks may have started a cancel.
+    joinSlot(canceller_);
+}
+
+void FileTransferSession::idle() {
+    if (platform_.idleWait) platform_.idleWait();
+    else QappSleep(0.001);
+}
+
+void FileTransferSession::finish(const std::string& path, const char* done, const std::string& error, bool failed) {
+    platform_.progress.Show(false);
+    if (failed) platform_.messages.Show(error, "Error", MessageIcon::Exclamation);
+    else platform_.messages.Show(path + done, "Success", MessageIcon::None);
+    platform_.buttons.EnableDownload(true);
+    platform_.buttons.EnableUpload(true);
+}
+
+void FileTransferSession::Download(const std::string& localPath) {
+    const std::string path = localPath;
+    const std::string part = path + ".part";
+    bool failed = false, complete = false;
+    std::string error;
+    try {
+        std::ofstream local(part, std::ios_base::out | std::ios_base::binary | std::ios_base::trunc);
+        GenApi::CIntegerPtr size(nodeMap_->GetNode("FileSize"));
+        std::string deviceFile = selectedDeviceFile(nodeMap_);
+        GenApi::IDevFileStream device(nodeMap_, deviceFile.c_str(), std::ios_base::in);
+        if (device.is_open() && local.is_open()) {
+            ProgressIndicator& progress = platform_.progress;
+            progress.Step();
+            progress.SetRange(0, progressValue(size->GetValue()));
+            progress.SetStep(1);
+            progress.SetPosition(1);
+            progress.Show(true);
+            char buffer[kTransferChunkSize];
+            int64_t total = 0;
+            do {
+                device.read(buffer, kTransferChunkSize);
+                std::streamsize n = device.gcount();
+                if (cancel_) break; // the chunk in hand is dropped
+                if (n > 0) {
+                    local.write(buffer, n);
+                    total += n;
+                    progress.SetPosition(progressValue(total));
+                } else {
+                    idle();
+                }
+            } while (!device.eof());
+            complete = !cancel_;
+            device.close();
+        }
+        local.close();
+        if (complete && !local) {
+            failed = true;
+            error = "Writing " + part + " failed.";
+        }
+    } catch (const GenICam::GenericException& e) {
+        failed = true;
+        error = e.what();
+    } catch (const std::exception& e) {
+        failed = true;
+        error = e.what();
+    }
+    std::error_code ec;
+    if (complete && !failed) {
+        std::filesystem::rename(part, path, ec);
+        if (ec) {
+            failed = true;
+            error = "Renaming " + part + " to " + path + " failed: " + ec.message();
+        }
+    }
+    if (!complete || failed) std::filesystem::remove(part, ec);
+    if (cancel_) return;
+    finish(path, " downloaded successfully.", error, failed);
+}
+
+void FileTransferSession::Upload(const std::string& localPath) {
+    const std::string path = localPath;
+    bool failed = false;
+    std::string error;
+    try {
+        std::ifstream local(path, std::ios_base::in | std::ios_base::binary);
+        int64_t length = 0;
+        if (local.is_open()) {
+            local.seekg(0, std::ios_base::end);
+            length = static_cast<int64_t>(local.tellg());
+            local.seekg(0, std::ios_base::beg);
+        }
+        GenApi::CIntegerPtr size(nodeMap_->GetNode("FileSize")); // looked up as for a download, not needed
+        (void)size;
+        std::string deviceFile = selectedDeviceFile(nodeMap_);
+        GenApi::ODevFileStream device(nodeMap_, deviceFile.c_str(), std::ios_base::out | std::ios_base::trunc);
+        if (device.is_open() && local.is_open()) {
+            ProgressIndicator& progress = platform_.progress;
+            progress.Step();
+            progress.SetRange(0, progressValue(length));
+            progress.SetStep(1);
+            progress.SetPosition(1);
+            progress.Show(true);
+            char buffer[kTransferChunkSize];
+            int64_t total = 0;
+            do {
+                local.read(buffer, kTransferChunkSize);
+                std::streamsize n = local.gcount();
+                if (n > 0) {
+                    device.write(buffer, n);
+                    total += n;
+                    if (cancel_) break; // the chunk in hand has gone to the device
+                    progress.SetPosition(progressValue(total));
+                } else {
+                    idle();
+                }
+            } while (!local.eof());
+            device.close();
+        }
+    } catch (const GenICam::GenericException& e) {
+        failed = true;
+        error = e.what();
+    } catch (const std::exception& e) {
+        failed = true;
+        error = e.what();
+    }
+    if (cancel_) return;
+    finish(path, " uploaded successfully.", error, failed);
+}
+
+} // namespace quillon::inspect
