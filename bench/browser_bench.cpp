@@ -8,6 +8,9 @@
 #include "GenApi/GenApi.h"
 #include "browser/text_tree.h"
 #include "browser/tree_model.h"
+#include "inspect/property_text.h"
+#include "inspect/snippet_generator.h"
+#include "qorvis.h"
 
 using namespace quillon::browser;
 
@@ -51,6 +54,31 @@ void BM_RewriteEveryRowGuru(benchmark::State& state) {
     state.counters["rows"] = static_cast<double>(tree.size());
 }
 BENCHMARK(BM_RewriteEveryRowGuru)->Unit(benchmark::kMillisecond);
+
+// Selecting a feature: its property text and access-code snippets, for
+// every feature of the description (reported per feature).
+void BM_PropertyTextAndSnippetPerFeature(benchmark::State& state) {
+    LoadedDescription device(kBasler);
+    GenApi::NodeList_t nodes;
+    device.map._GetNodes(nodes);
+    std::vector<GenApi::INode*> features;
+    for (GenApi::INode* n : nodes)
+        if (n->IsFeature() && n->GetPrincipalInterfaceType() != GenApi::intfICategory) features.push_back(n);
+    for (auto _ : state) {
+        for (GenApi::INode* n : features) {
+            std::string name(n->GetName());
+            std::string typed = quillon::inspect::FeaturePropertyText(n, name, ReadPropertyFlags(n));
+            auto snippets = quillon::inspect::GenerateSnippets(
+                n, quillon::inspect::MakeSnippetRequest(n, Q_DIGITIZER_OBJECT));
+            benchmark::DoNotOptimize(quillon::inspect::PropertyBoxText(typed, snippets.ShownPieces()));
+        }
+    }
+    state.counters["features"] = static_cast<double>(features.size());
+    state.counters["time_per_feature"] = benchmark::Counter(static_cast<double>(features.size()),
+                                                            benchmark::Counter::kIsIterationInvariantRate |
+                                                                benchmark::Counter::kInvert);
+}
+BENCHMARK(BM_PropertyTextAndSnippetPerFeature)->Unit(benchmark::kMillisecond);
 
 } // namespace
 

@@ -151,7 +151,14 @@ int parseLevel(const std::string& text) {
 int tree(Device& device, int level) {
     browser::TextTree sink;
     browser::FeatureTreeModel model(sink, nullptr);
-    model.Build(device.entries(), level);
+    try {
+        model.Build(device.entries(), level);
+    } catch (const GenICam::GenericException&) {
+        // The browser keeps the rows built before the failure and shows the
+        // message in its error box: so does the command, on stderr.
+        std::fputs(sink.Print().c_str(), stdout);
+        throw;
+    }
     std::fputs(sink.Print().c_str(), stdout);
     return 0;
 }

@@ -149,6 +149,11 @@ const Formula& NodeVariables::compiled(Formula& cache, const std::string& text, 
     ++compiling_;
     try {
         cache = Formula::compile(text, mode_, *this);
+    } catch (const GenICam::GenericException& e) {
+        --compiling_;
+        // Name the node: the formula alone does not say where to look.
+        throw LOGICAL_ERROR_EXCEPTION("Node '%.*s': %s", static_cast<int>(owner.size()), owner.data(),
+                                      e.GetDescription());
     } catch (...) {
         --compiling_;
         throw;
