@@ -38,7 +38,7 @@ struct FeatureRow {
     std::string label;                    // the name column text
     bool isFileAccessCategory = false;    // the category labelled "File Access Control"
     GenApi::INode* node = nullptr;        // compared by identity for de-duplication
-    TreeItem treeItem = kTopLevel;        // null for a selected feature that is not implemented
+    TreeItem treeItem = kTopLevel;        // null for a selected feature whose pIsImplemented is false
     TreeItem parentItem = kTopLevel;      // read back from the tree after insertion
     GenApi::CallbackHandleType callbackHandle = 0; // 0 when no callback is registered
     std::vector<FeatureRow> selectedRows; // a selector's copies of its selected features' rows

@@ -110,7 +110,7 @@ void FeatureTreeModel::PopulateCategory(GenApi::ICategory* category, TreeItem pa
         if (selectorIndex) {
             if (visible && !IsFeatureShown(node)) {
                 FeatureRow row = MakeRow(node, context);
-                // A selected feature that is not implemented keeps its row
+                // A selected feature whose pIsImplemented is false keeps its row
                 // and callback without an item: it may become implemented.
                 if (Implemented(node)) Insert(row, parent);
                 AddFeatureRow(std::move(row), GenApi::cbPostInsideLock);

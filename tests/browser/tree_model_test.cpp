@@ -79,7 +79,7 @@ TEST_F(TreeBuild, WithoutCaptionTheRootsMembersAreTopLevelInDepthFirstOrderEachN
     EXPECT_TRUE(catA.bold);
     EXPECT_FALSE(catA.children[0]->bold);
     EXPECT_TRUE(catA.children[3]->bold);
-    // S2 is selected but not implemented: a row and a callback, no item; it
+    // S2 is selected but its pIsImplemented is false: a row and a callback, no item; it
     // is not shown again under CatB either.
     const FeatureRow* s2 = browser.Row("S2");
     ASSERT_NE(s2, nullptr);
