@@ -6,6 +6,7 @@
 //   quillon get|set|exec [DEVICE] FEATURE [VALUE]
 //   quillon download|upload [DEVICE] FILE-ENTRY LOCAL-PATH
 //   quillon check FOLDER
+//   quillon --screenshot OUT.png [DEVICE]     (when built with the browser window)
 //
 // DEVICE is nothing for the embedded simulated system (its system,
 // digitizer, sequence and camera, each a captioned node-map entry) or
@@ -33,6 +34,12 @@
 #include "inspect/value_commit.h"
 #include "node_map_loading.h"
 #include "qorvis.h"
+
+#ifdef QUILLON_HAVE_GUI
+#include <QApplication>
+
+#include "browser/tessel_window.h"
+#endif
 
 using namespace GenApi;
 using namespace quillon;
@@ -279,6 +286,23 @@ int check(const std::string& folder) {
     return failures ? 2 : 0;
 }
 
+#ifdef QUILLON_HAVE_GUI
+// Opens the browser window on the device and saves its image.
+int screenshot(Device& device, const std::string& path) {
+    // Without a display the window is drawn off screen.
+    if (!std::getenv("DISPLAY") && !std::getenv("WAYLAND_DISPLAY")) setenv("QT_QPA_PLATFORM", "offscreen", 0);
+    int argc = 1;
+    char name[] = "quillon";
+    char* argv[] = {name, nullptr};
+    QApplication app(argc, argv);
+    browser::CTessel window(browser::BrowserSetup{device.entries(), 0, {}, false});
+    if (!browser::SaveWindowImage(window, QString::fromStdString(path)))
+        throw UsageError("could not save the window image to '" + path + "'");
+    std::printf("quillon: saved the browser window to %s\n", path.c_str());
+    return 0;
+}
+#endif
+
 const char kUsage[] =
     "usage: quillon                                   the simulated system's feature tree\n"
     "       quillon tree [DEVICE] [--level standard|advanced|guru]\n"
@@ -287,12 +311,20 @@ const char kUsage[] =
     "       quillon get|set|exec [DEVICE] FEATURE [VALUE]\n"
     "       quillon download|upload [DEVICE] FILE-ENTRY LOCAL-PATH\n"
     "       quillon check FOLDER\n"
+#ifdef QUILLON_HAVE_GUI
+    "       quillon --screenshot OUT.png [DEVICE]\n"
+#endif
     "DEVICE: nothing for the embedded simulated system, or --xml FILE\n";
 
 int run(std::vector<std::string> args) {
     if (args.empty()) {
+#ifdef QUILLON_HAVE_GUI
+        std::printf("Quillon: the feature tree the browser window shows for the embedded simulated system\n"
+                    "(system, digitizer, sequence and Torvex TVX1280M camera):\n\n");
+#else
         std::printf("Quillon: the browser window is not built yet; this is the feature tree it shows for the\n"
                     "embedded simulated system (system, digitizer, sequence and Torvex TVX1280M camera):\n\n");
+#endif
         SimulatedSystem device;
         return tree(device, browser::kGuru);
     }
@@ -315,6 +347,9 @@ int run(std::vector<std::string> args) {
     std::unique_ptr<Device> device;
     if (!xml.empty()) device = std::make_unique<XmlDevice>(xml);
     else device = std::make_unique<SimulatedSystem>();
+#ifdef QUILLON_HAVE_GUI
+    if (command == "--screenshot") return need(1), screenshot(*device, positional[0]);
+#endif
     if (command == "tree") return need(0), tree(*device, parseLevel(level));
     if (command == "props") return need(1), props(*device, positional[0]);
     if (command == "find") return need(1), find(*device, positional[0]);

@@ -6,6 +6,7 @@ QUILLON_PACKAGES=(
   libpugixml-dev libzip-dev zlib1g-dev
   libgtest-dev libgmock-dev libbenchmark-dev
   libaravis-dev libusb-1.0-0-dev
+  qt6-base-dev
 )
 
 quillon_ensure_packages() {

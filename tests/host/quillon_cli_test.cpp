@@ -5,6 +5,8 @@
 #include <algorithm>
 #include <array>
 #include <cstdio>
+#include <cstdlib>
+#include <filesystem>
 #include <string>
 #include <sys/wait.h>
 
@@ -59,3 +61,35 @@ TEST(QuillonCommand, ReadsWritesAndRefusesClearly) {
     EXPECT_EQ(malformed.status, 2);
     EXPECT_EQ(quillon("frobnicate").status, 2);
 }
+
+#ifdef QUILLON_HAVE_GUI
+TEST(QuillonCommand, SavesTheBrowserWindowAsPng) {
+    // A home of its own keeps the window's saved settings out of the user's.
+    char home[] = "/tmp/quillon_screenshot_XXXXXX";
+    ASSERT_NE(mkdtemp(home), nullptr);
+    const std::string png = std::string(home) + "/window.png";
+    const std::string command = std::string("env -u DISPLAY -u WAYLAND_DISPLAY -u QT_QPA_PLATFORM HOME=") + home +
+                                " " + QUILLON_EXECUTABLE + " --screenshot " + png + " 2>/dev/null";
+    Outcome run;
+    FILE* pipe = popen(command.c_str(), "r");
+    ASSERT_NE(pipe, nullptr);
+    std::array<char, 4096> chunk;
+    size_t n;
+    while ((n = fread(chunk.data(), 1, chunk.size(), pipe)) > 0) run.out.append(chunk.data(), n);
+    const int raw = pclose(pipe);
+    ASSERT_TRUE(WIFEXITED(raw) && WEXITSTATUS(raw) == 0) << run.out;
+    EXPECT_EQ(run.out, "quillon: saved the browser window to " + png + "\n");
+    // Off screen without a display, and a PNG with content.
+    FILE* file = std::fopen(png.c_str(), "rb");
+    ASSERT_NE(file, nullptr);
+    std::array<unsigned char, 8> signature{};
+    const size_t got = std::fread(signature.data(), 1, signature.size(), file);
+    std::fseek(file, 0, SEEK_END);
+    const long size = std::ftell(file);
+    std::fclose(file);
+    EXPECT_EQ(got, signature.size());
+    EXPECT_EQ(signature, (std::array<unsigned char, 8>{0x89, 'P', 'N', 'G', '\r', '\n', 0x1A, '\n'}));
+    EXPECT_GT(size, 1000);
+    std::filesystem::remove_all(home);
+}
+#endif
