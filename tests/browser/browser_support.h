@@ -11,26 +11,15 @@
 #include "browser/feature_polling.h"
 #include "browser/text_tree.h"
 #include "browser/tree_model.h"
+#include "../support/inline_description.h"
 
 namespace quillon_browser_test {
 
-inline std::string Description(const std::string& body) {
-    return "<RegisterDescription ModelName=\"Inline\" VendorName=\"Fixture\" StandardNameSpace=\"None\" "
-           "SchemaMajorVersion=\"1\" SchemaMinorVersion=\"1\" SchemaSubMinorVersion=\"0\" MajorVersion=\"1\" "
-           "MinorVersion=\"0\" SubMinorVersion=\"0\" ProductGuid=\"00000000-0000-0000-0000-000000000001\" "
-           "VersionGuid=\"00000000-0000-0000-0000-000000000002\" "
-           "xmlns=\"http://www.genicam.org/GenApi/Version_1_1\"><Port Name=\"Device\"/>" +
-           body + "</RegisterDescription>";
-}
+// The body brings its own Root category.
+inline std::string Description(const std::string& body) { return quillon_test_support::Description(body, false); }
 
-struct InlineMap {
-    GenApi::CMemoryPort port; // outlives the node map that points at it
-    GenApi::CNodeMapRef map;
-    explicit InlineMap(const std::string& body) {
-        map._LoadXMLFromString(Description(body).c_str());
-        EXPECT_TRUE(map._Connect(&port));
-    }
-    GenApi::INodeMap* nodeMap() const { return map._Ptr(); }
+struct InlineMap : quillon_test_support::MemoryDevice {
+    explicit InlineMap(const std::string& body) : quillon_test_support::MemoryDevice(Description(body)) {}
     GenApi::INode* node(const char* name) const {
         GenApi::INode* n = map._GetNode(name);
         EXPECT_NE(n, nullptr) << name;

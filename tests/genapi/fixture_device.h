@@ -10,26 +10,16 @@
 #include <vector>
 
 #include "GenApi/GenApi.h"
+#include "../support/inline_description.h"
 
 namespace quillon_test {
 
 inline std::string fixturePath(const std::string& file) { return std::string(QUILLON_FIXTURE_DIR) + "/" + file; }
 
-// The root element's opening tag, as the fixture files write it.
-inline std::string descriptionHeader(const std::string& model) {
-    return "<RegisterDescription ModelName=\"" + model +
-           "\" VendorName=\"Fixture\" StandardNameSpace=\"None\" SchemaMajorVersion=\"1\" "
-           "SchemaMinorVersion=\"1\" SchemaSubMinorVersion=\"0\" MajorVersion=\"1\" MinorVersion=\"0\" "
-           "SubMinorVersion=\"0\" ProductGuid=\"00000000-0000-0000-0000-000000000001\" "
-           "VersionGuid=\"00000000-0000-0000-0000-000000000002\" "
-           "xmlns=\"http://www.genicam.org/GenApi/Version_1_1\">";
-}
+inline std::string descriptionHeader(const std::string& model) { return quillon_test_support::DescriptionHeader(model); }
 
 // A complete description around `body`, with the Device port and an empty Root.
-inline std::string inlineDescription(const std::string& body) {
-    return descriptionHeader("Inline") + "<Category Name=\"Root\"/><Port Name=\"Device\"/>" + body +
-           "</RegisterDescription>";
-}
+inline std::string inlineDescription(const std::string& body) { return quillon_test_support::Description(body); }
 
 struct Device {
     // The port outlives the node map that points at it.

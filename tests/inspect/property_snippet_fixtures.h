@@ -9,28 +9,16 @@
 #include "GenApi/GenApi.h"
 #include "GenApi/MemoryPort.h"
 #include "sim/sim_camera.h"
+#include "../support/inline_description.h"
 
 namespace quillon_text_test {
 
-inline std::string InlineDescription(const std::string& body) {
-    return "<RegisterDescription ModelName=\"Inline\" VendorName=\"Fixture\" StandardNameSpace=\"None\" "
-           "SchemaMajorVersion=\"1\" SchemaMinorVersion=\"1\" SchemaSubMinorVersion=\"0\" MajorVersion=\"1\" "
-           "MinorVersion=\"0\" SubMinorVersion=\"0\" ProductGuid=\"00000000-0000-0000-0000-000000000001\" "
-           "VersionGuid=\"00000000-0000-0000-0000-000000000002\" "
-           "xmlns=\"http://www.genicam.org/GenApi/Version_1_1\">"
-           "<Category Name=\"Root\"/><Port Name=\"Device\"/>" +
-           body + "</RegisterDescription>";
-}
+inline std::string InlineDescription(const std::string& body) { return quillon_test_support::Description(body); }
 
-struct InlineDevice {
-    GenApi::CMemoryPort port; // declared first: the node map points at it
-    GenApi::CNodeMapRef map;
-    explicit InlineDevice(const std::string& body) {
-        map._LoadXMLFromString(GenICam::gcstring(InlineDescription(body)));
-        map._Connect(&port);
-    }
+struct InlineDevice : quillon_test_support::MemoryDevice {
+    explicit InlineDevice(const std::string& body) : quillon_test_support::MemoryDevice(InlineDescription(body)) {}
     GenApi::INode* node(const char* name) const {
-        GenApi::INode* n = map._Ptr()->GetNode(name);
+        GenApi::INode* n = nodeMap()->GetNode(name);
         EXPECT_NE(n, nullptr) << name;
         return n;
     }
