@@ -8,12 +8,16 @@
 #include <QKeyEvent>
 #include <QLabel>
 #include <QPixmap>
+#include <QMouseEvent>
 #include <QPlainTextEdit>
+#include <QPushButton>
 #include <QVBoxLayout>
 
 #include "GenApi/GenApi.h"
 #include "browser/browser_title.h"
 #include "controls/column_tree_widget.h"
+#include "inspect/file_access_window.h"
+#include "inspect/find_window.h"
 #include "inspect/property_text.h"
 #include "inspect/snippet_generator.h"
 #include "qorvis.h"
@@ -76,12 +80,15 @@ CTessel::CTessel(BrowserSetup setup, SettingsStore* store, QWidget* parent) : QW
     top->addWidget(levelCombo_);
     pollingCheck_ = new QCheckBox(QString::fromUtf8(kPollingText), this);
     top->addWidget(pollingCheck_);
+    findButton_ = new QPushButton(QStringLiteral("Find"), this);
+    top->addWidget(findButton_);
     top->addStretch(1);
     layout->addLayout(top);
 
     tree_ = new controls::ColumnTreeWidget(this);
     tree_->SetWritableQuery([this](TreeItem item) { return Writable(item); });
     tree_->installEventFilter(this);
+    tree_->viewport()->installEventFilter(this);
     layout->addWidget(tree_, 3);
 
     layout->addWidget(new QLabel(QString::fromUtf8(kPropertiesLabel), this));
@@ -99,6 +106,14 @@ CTessel::CTessel(BrowserSetup setup, SettingsStore* store, QWidget* parent) : QW
     layout->addWidget(errorLabel_);
     layout->addWidget(errorBox_);
 
+    findWindow_ = new inspect::FindWindow(this);
+    findWindow_->setWindowFlag(Qt::Tool);
+    connect(findWindow_, &inspect::FindWindow::ItemChosen, this, [this](inspect::TreeItemHandle item) {
+        // The finder hands back the tree's own handles.
+        tree_->SelectItem(const_cast<TreeItem>(item));
+    });
+    connect(findButton_, &QPushButton::clicked, this, [this] { ShowFindDialog(); });
+
     for (const NodeMapEntry& entry : setup.entries) {
         auto polling = std::make_unique<GenICamPollingNodes>();
         polling->AddNodeMap(entry.context.nodeMap);
@@ -109,7 +124,7 @@ CTessel::CTessel(BrowserSetup setup, SettingsStore* store, QWidget* parent) : QW
 
     connect(levelCombo_, &QComboBox::currentIndexChanged, this, [this](int index) {
         if (index >= 0 && index < static_cast<int>(kLevelChoices.size()))
-            session_->ChangeLevel(kLevelChoices[static_cast<size_t>(index)].level);
+            ChangeLevel(kLevelChoices[static_cast<size_t>(index)].level);
     });
     connect(pollingCheck_, &QCheckBox::toggled, this, [this](bool on) { session_->SetPolling(on); });
     connect(tree_, &controls::ColumnTreeWidget::SelectionChanged, this, [this] { ShowProperties(); });
@@ -118,6 +133,8 @@ CTessel::CTessel(BrowserSetup setup, SettingsStore* store, QWidget* parent) : QW
 }
 
 CTessel::~CTessel() {
+    // A transfer must end before the node maps it uses can go.
+    delete fileAccess_;
     // No poll pass may call into the rows while they are released.
     for (auto& polling : polling_) polling->Stop();
     session_->Destroy();
@@ -150,6 +167,7 @@ void CTessel::SetTitle(const std::string& title) { setWindowTitle(ToQString(titl
 void CTessel::SetToolTips() {
     pollingCheck_->setToolTip(QString::fromUtf8(kPollingTip));
     levelCombo_->setToolTip(QString::fromUtf8(kLevelTip));
+    findButton_->setToolTip(QString::fromUtf8(kFindTip));
 }
 
 void CTessel::ShowError(const std::string& text) {
@@ -160,9 +178,35 @@ void CTessel::ShowError(const std::string& text) {
 
 bool CTessel::IsDialogVisible() const { return isVisible(); }
 
-// The find dialog is not part of the window yet: Ctrl+F has nothing to open.
-void CTessel::ShowFindDialog() {}
-void CTessel::HideFindDialog() {}
+void CTessel::ShowFindDialog() {
+    auto rows = [](const std::deque<FeatureRow>& from) {
+        std::vector<inspect::FindRow> out;
+        for (const FeatureRow& r : from)
+            if (r.treeItem) out.push_back({r.label, r.node ? std::string(r.node->GetName()) : r.label, r.treeItem});
+        return out;
+    };
+    findWindow_->Fill(rows(session_->model().featureRows()), rows(session_->model().categoryRows()), session_->title());
+    findWindow_->show();
+    findWindow_->raise();
+    findWindow_->activateWindow();
+}
+
+void CTessel::HideFindDialog() {
+    if (findWindow_) findWindow_->hide();
+}
+
+inspect::FileAccessWindow* CTessel::fileAccessWindow() const { return fileAccess_; }
+
+bool CTessel::OpenFileAccess(TreeItem item) {
+    const FeatureRow* row = session_->model().RowForItem(item);
+    if (!row || !row->isFileAccessCategory || !row->context.nodeMap) return false;
+    if (!fileAccess_) {
+        fileAccess_ = new inspect::FileAccessWindow(row->context.nodeMap, nullptr, nullptr, this);
+        fileAccess_->setAttribute(Qt::WA_DeleteOnClose);
+    }
+    fileAccess_->open();
+    return true;
+}
 
 BrowserSettings CTessel::CurrentSettings() const {
     BrowserSettings s;
@@ -204,6 +248,8 @@ void CTessel::ChangeLevel(int level) {
             if (kLevelChoices[i].level == level) levelCombo_->setCurrentIndex(static_cast<int>(i));
     }
     session_->ChangeLevel(level);
+    // The rebuild replaced every tree item the find list points at.
+    if (findWindow_->isVisible()) ShowFindDialog();
 }
 
 bool CTessel::ForwardKey(QKeyEvent* event) {
@@ -217,6 +263,9 @@ bool CTessel::ForwardKey(QKeyEvent* event) {
 
 bool CTessel::eventFilter(QObject* watched, QEvent* event) {
     if (watched == tree_ && event->type() == QEvent::KeyPress && ForwardKey(static_cast<QKeyEvent*>(event)))
+        return true;
+    if (watched == tree_->viewport() && event->type() == QEvent::MouseButtonDblClick &&
+        OpenFileAccess(tree_->ItemAt(static_cast<QMouseEvent*>(event)->position().toPoint())))
         return true;
     return QWidget::eventFilter(watched, event);
 }

@@ -3,6 +3,7 @@
 // the session and the inspection code compute and forwards the user's actions.
 #pragma once
 
+#include <QPointer>
 #include <QSettings>
 #include <QTimer>
 #include <QWidget>
@@ -19,9 +20,14 @@ class QCheckBox;
 class QComboBox;
 class QLabel;
 class QPlainTextEdit;
+class QPushButton;
 
 namespace quillon::controls {
 class ColumnTreeWidget;
+}
+namespace quillon::inspect {
+class FindWindow;
+class FileAccessWindow;
 }
 
 namespace quillon::browser {
@@ -65,6 +71,13 @@ public:
     QCheckBox& pollingCheck() { return *pollingCheck_; }
     QPlainTextEdit& propertyBox() { return *propertyBox_; }
     QPlainTextEdit& errorBox() { return *errorBox_; }
+    QPushButton& findButton() { return *findButton_; }
+    inspect::FindWindow& findWindow() { return *findWindow_; }
+    // The open file access dialog, or null.
+    inspect::FileAccessWindow* fileAccessWindow() const;
+    // A double-click on the "File Access Control" category row opens the file
+    // access dialog for that row's node map; false for any other row.
+    bool OpenFileAccess(TreeItem item);
 
     // BrowserView
     void SetPollingCheck(bool checked) override;
@@ -104,6 +117,9 @@ private:
     QPlainTextEdit* propertyBox_ = nullptr;
     QLabel* errorLabel_ = nullptr;
     QPlainTextEdit* errorBox_ = nullptr;
+    QPushButton* findButton_ = nullptr;
+    inspect::FindWindow* findWindow_ = nullptr;
+    QPointer<inspect::FileAccessWindow> fileAccess_;
     std::unique_ptr<BrowserSession> session_;
 };
 

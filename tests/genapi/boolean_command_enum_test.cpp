@@ -106,7 +106,7 @@ TEST_F(BoolCommandEnum, EnumerationListsAvailableSymbolicsAndAllEntries) {
     EXPECT_EQ(entries[2]->GetAccessMode(), NA);
     EXPECT_EQ(entries[3]->GetAccessMode(), NI);
     EXPECT_EQ(std::string(entries[0]->GetDisplayName()), "Continuous acquisition");
-    EXPECT_EQ(std::string(entries[1]->GetDisplayName()), "EnumEntry_AcquisitionMode_SingleFrame");
+    EXPECT_EQ(std::string(entries[1]->GetDisplayName()), "SingleFrame");
 
     CIntegerPtr(d.node("MultiFrameAvailable"))->SetValue(1);
     mode->GetSymbolics(symbolics);

@@ -114,7 +114,7 @@ TEST(SnippetTexts, OtherTypesExactTexts) {
                               "\tdelete [] pLUTValueAll;\n");
 
     SnippetTexts e = Generate(c.node("PixelFormat"));
-    EXPECT_EQ(e.oneLineControl, "\tQdigControl(QorDigitizer, PixelFormat, Mono8); // EnumEntry_PixelFormat_Mono8\n");
+    EXPECT_EQ(e.oneLineControl, "\tQdigControl(QorDigitizer, PixelFormat, Mono8); // Mono8\n");
     EXPECT_EQ(e.controlBlock, "\tQdigControlFeature(QorDigitizer, Q_FEATURE_VALUE, QOR_TEXT(\"PixelFormat\"), "
                               "Q_TYPE_STRING, QOR_TEXT(\"Mono8\"));\n");
     EXPECT_EQ(e.inquireBlock.substr(0, e.inquireBlock.find('\n') + 1), "\tQOR_INT64 PixelFormatStringSize = 0;\n");
@@ -217,16 +217,16 @@ more text here</DisplayName><Value>3</Value></EnumEntry>
     // "Connector:" and stops at a line break.
     SnippetTexts four = Generate(d.node("Four"));
     EXPECT_EQ(four.valueTest, "\t\tif (Four == A) // Alpha\n\t\t   {}\n"
-                              "\t\telse if (Four == B) // EnumEntry_Four_B\n\t\t   {}\n"
+                              "\t\telse if (Four == B) // B\n\t\t   {}\n"
                               "\t\telse if (Four == C) // Pin info: Line 3 Connector: pin 7 of th\n\t\t   {}\n"
                               "\t\telse if (Four == D) // Pin info: Connector: 3\n\t\t   {}\n");
     // The current entry's comment also ends the one-line control.
     EXPECT_EQ(four.oneLineControl, "\tQdigControl(QorDigitizer, Four, C); // Pin info: Line 3 Connector: pin 7 of th\n");
     SnippetTexts five = Generate(d.node("Five"));
     EXPECT_EQ(five.valueTest, "\t\tswitch (Five\t\t   {\n"
-                              "\t\t   case A:  break;  // EnumEntry_Five_A\n\t\t   case B:  break;  // EnumEntry_Five_B\n"
-                              "\t\t   case C:  break;  // EnumEntry_Five_C\n\t\t   case D:  break;  // EnumEntry_Five_D\n"
-                              "\t\t   case E:  break;  // EnumEntry_Five_E\n\t\t   }\n");
+                              "\t\t   case A:  break;  // A\n\t\t   case B:  break;  // B\n"
+                              "\t\t   case C:  break;  // C\n\t\t   case D:  break;  // D\n"
+                              "\t\t   case E:  break;  // E\n\t\t   }\n");
     EXPECT_EQ(five.ShownPieces().back(), five.valueTest);
 }
 

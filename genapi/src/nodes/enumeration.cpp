@@ -159,6 +159,10 @@ void EnumEntryNode::finishConfigure(Loader& loader) {
 
 std::string_view EnumEntryNode::symbolic() const { return map_->text(symbolic_); }
 
+gcstring EnumEntryNode::GetDisplayName() const {
+    return displayName_.len ? gcstring(map_->text(displayName_)) : gcstring(symbolic());
+}
+
 void EnumEntryNode::FromString(const gcstring&, bool) {
     throw ACCESS_EXCEPTION("Node '%.*s': an enumeration entry cannot be written", static_cast<int>(name().size()),
                            name().data());

@@ -515,6 +515,9 @@ public:
     bool IsSelfClearing() override { return selfClearing_; }
     gcstring ToString(bool, bool) override { return GetSymbolic(); }
     void FromString(const gcstring&, bool) override;
+    // An entry without a display name shows its symbolic name, not the
+    // generated node name.
+    gcstring GetDisplayName() const override;
     bool applyProperty(Loader& loader, Prop prop, std::string_view value, const PropertyRecord& record,
                        uint32_t recordIndex) override;
     void finishConfigure(Loader& loader) override;
