@@ -13,6 +13,16 @@ namespace quillon::inspect {
 
 namespace {
 
+// The progress bar at the start of a transfer: one step, the range, then
+// position 1, shown.
+void startProgress(ProgressIndicator& progress, int32_t upper) {
+    progress.Step();
+    progress.SetRange(0, upper);
+    progress.SetStep(1);
+    progress.SetPosition(1);
+    progress.Show(true);
+}
+
 // The name of FileSelector's current entry: the device file to transfer.
 std::string selectedDeviceFile(GenApi::INodeMap* nodeMap) {
     GenApi::CEnumerationPtr selector(nodeMap->GetNode("FileSelector"));
@@ -163,12 +173,7 @@ void FileTransferSession::Download(const std::string& localPath) {
         std::string deviceFile = selectedDeviceFile(nodeMap_);
         GenApi::IDevFileStream device(nodeMap_, deviceFile.c_str(), std::ios_base::in);
         if (device.is_open() && local.is_open()) {
-            ProgressIndicator& progress = platform_.progress;
-            progress.Step();
-            progress.SetRange(0, progressValue(size->GetValue()));
-            progress.SetStep(1);
-            progress.SetPosition(1);
-            progress.Show(true);
+            startProgress(platform_.progress, progressValue(size->GetValue()));
             char buffer[kTransferChunkSize];
             int64_t total = 0;
             do {
@@ -178,7 +183,7 @@ void FileTransferSession::Download(const std::string& localPath) {
                 if (n > 0) {
                     local.write(buffer, n);
                     total += n;
-                    progress.SetPosition(progressValue(total));
+                    platform_.progress.SetPosition(progressValue(total));
                 } else {
                     idle();
                 }
@@ -228,12 +233,7 @@ void FileTransferSession::Upload(const std::string& localPath) {
         std::string deviceFile = selectedDeviceFile(nodeMap_);
         GenApi::ODevFileStream device(nodeMap_, deviceFile.c_str(), std::ios_base::out | std::ios_base::trunc);
         if (device.is_open() && local.is_open()) {
-            ProgressIndicator& progress = platform_.progress;
-            progress.Step();
-            progress.SetRange(0, progressValue(length));
-            progress.SetStep(1);
-            progress.SetPosition(1);
-            progress.Show(true);
+            startProgress(platform_.progress, progressValue(length));
             char buffer[kTransferChunkSize];
             int64_t total = 0;
             do {
@@ -243,7 +243,7 @@ void FileTransferSession::Upload(const std::string& localPath) {
                     device.write(buffer, n);
                     total += n;
                     if (cancel_) break; // the chunk in hand has gone to the device
-                    progress.SetPosition(progressValue(total));
+                    platform_.progress.SetPosition(progressValue(total));
                 } else {
                     idle();
                 }
