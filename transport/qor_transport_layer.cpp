@@ -37,11 +37,8 @@ private:
 
 constexpr const char* kSourceFile = "GenICamQorTransportLayer";
 
-void store64(void* buffer, int64_t length, int64_t value) {
-    // 64-bit values are stored whole: descriptions read them as 8-byte registers.
-    (void)length;
-    std::memcpy(buffer, &value, sizeof value);
-}
+// 64-bit values are stored whole: descriptions read them as 8-byte registers.
+void store64(void* buffer, int64_t value) { std::memcpy(buffer, &value, sizeof value); }
 
 int64_t load64(const void* buffer, int64_t length) {
     int64_t value = 0;
@@ -63,7 +60,7 @@ void CQorTransportLayerBase::Read(void* buffer, int64_t address, int64_t length)
     if (address & kGenericInquireBit) {
         QOR_INT64 value = 0;
         QobjInquire(object_, Q_OBJECT_GENERIC, &value);
-        store64(buffer, length, value);
+        store64(buffer, value);
         if (IsErrorPending()) ThrowPending(__LINE__);
         return;
     }
@@ -79,7 +76,7 @@ void CQorTransportLayerBase::Read(void* buffer, int64_t address, int64_t length)
             TLProxy().Inquire(object_, type, &scratch);
             available = IsErrorPending() ? 0 : 1;
         }
-        store64(buffer, length, available);
+        store64(buffer, available);
         // A probe never throws: its failure is its answer.
         ClearError();
         return;
@@ -117,7 +114,7 @@ void CQorTransportLayerBase::ReadValue(void* buffer, int64_t type, int64_t lengt
         } else {
             proxy.Inquire(object_, type, &value);
         }
-        store64(buffer, length, value);
+        store64(buffer, value);
     }
     if (IsErrorPending()) ThrowPending(__LINE__);
 }

@@ -78,7 +78,6 @@ public:
     bool cacheValid() const { return cacheValid_; }
     // Drops the cache when [address, address+n) on `port` overlaps it.
     void dropIfOverlaps(int64_t address, int64_t n, const void* port);
-    const void* portIdentity() const { return port_; }
     void serialize(Archive& archive);
 
 private:
