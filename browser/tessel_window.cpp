@@ -64,7 +64,7 @@ void QtChangeTimer::Kill() {
     QMetaObject::invokeMethod(&timer_, [this] { timer_.stop(); });
 }
 
-CTessel::CTessel(BrowserSetup setup, SettingsStore* store, QWidget* parent) : QWidget(parent) {
+CTessel::CTessel(BrowserSetup setup, SettingsStore* store, QWidget* parent) : QDialog(parent) {
     if (!store) {
         ownStore_ = std::make_unique<QtSettingsStore>();
         store = ownStore_.get();
@@ -81,6 +81,7 @@ CTessel::CTessel(BrowserSetup setup, SettingsStore* store, QWidget* parent) : QW
     pollingCheck_ = new QCheckBox(QString::fromUtf8(kPollingText), this);
     top->addWidget(pollingCheck_);
     findButton_ = new QPushButton(QStringLiteral("Find"), this);
+    findButton_->setAutoDefault(false); // Enter belongs to the in-place editors
     top->addWidget(findButton_);
     top->addStretch(1);
     layout->addLayout(top);
@@ -267,16 +268,22 @@ bool CTessel::eventFilter(QObject* watched, QEvent* event) {
     if (watched == tree_->viewport() && event->type() == QEvent::MouseButtonDblClick &&
         OpenFileAccess(tree_->ItemAt(static_cast<QMouseEvent*>(event)->position().toPoint())))
         return true;
-    return QWidget::eventFilter(watched, event);
+    return QDialog::eventFilter(watched, event);
 }
 
 void CTessel::keyPressEvent(QKeyEvent* event) {
-    if (!ForwardKey(event)) QWidget::keyPressEvent(event);
+    if (!ForwardKey(event)) QDialog::keyPressEvent(event);
 }
 
 void CTessel::closeEvent(QCloseEvent* event) {
+    // A hidden dialog is not ended by QDialog; the session still saves.
+    if (!isVisible()) session_->Close();
+    QDialog::closeEvent(event);
+}
+
+void CTessel::done(int result) {
     session_->Close();
-    QWidget::closeEvent(event);
+    QDialog::done(result);
 }
 
 bool CTessel::Writable(TreeItem item) {

@@ -3,10 +3,10 @@
 // the session and the inspection code compute and forwards the user's actions.
 #pragma once
 
+#include <QDialog>
 #include <QPointer>
 #include <QSettings>
 #include <QTimer>
-#include <QWidget>
 
 #include <functional>
 #include <memory>
@@ -56,7 +56,7 @@ private:
     QTimer timer_;
 };
 
-class CTessel final : public QWidget, public BrowserView {
+class CTessel : public QDialog, public BrowserView {
     Q_OBJECT
 
 public:
@@ -102,6 +102,8 @@ protected:
     bool eventFilter(QObject* watched, QEvent* event) override;
     void keyPressEvent(QKeyEvent* event) override;
     void closeEvent(QCloseEvent* event) override;
+    // Every way the dialog ends (close box, Esc, a host's close) saves here.
+    void done(int result) override;
 
 private:
     bool ForwardKey(QKeyEvent* event); // true when the session handled it
