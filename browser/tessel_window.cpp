@@ -9,17 +9,24 @@
 #include <QLabel>
 #include <QPixmap>
 #include <QMouseEvent>
-#include <QPlainTextEdit>
+#include <QPainter>
+#include <QShowEvent>
 #include <QPushButton>
+#include <QSlider>
 #include <QVBoxLayout>
 
 #include "GenApi/GenApi.h"
 #include "browser/browser_title.h"
 #include "controls/column_tree_widget.h"
+#include "controls/entry_controls_widget.h"
+#include "controls/imaging_edit_widget.h"
+#include "inspect/command_execution.h"
+#include "inspect/value_commit.h"
 #include "inspect/file_access_window.h"
 #include "inspect/find_window.h"
 #include "inspect/property_text.h"
 #include "inspect/snippet_generator.h"
+#include "memview/memory_viewer.h"
 #include "qorvis.h"
 
 namespace quillon::browser {
@@ -28,11 +35,16 @@ namespace {
 
 QString ToQString(const std::string& text) { return QString::fromStdString(text); }
 
-// The core writes the box text with CR LF line ends; the text box wants LF.
-QString BoxText(const std::string& text) {
-    QString out = ToQString(text);
-    out.replace(QStringLiteral("\r\n"), QStringLiteral("\n"));
-    return out;
+// A magnifier for the find button, 16 x 16.
+QIcon FindIcon() {
+    QPixmap pixmap(16, 16);
+    pixmap.fill(Qt::transparent);
+    QPainter painter(&pixmap);
+    painter.setRenderHint(QPainter::Antialiasing);
+    painter.setPen(QPen(QColor(40, 40, 40), 2));
+    painter.drawEllipse(QRectF(2, 2, 8, 8));
+    painter.drawLine(QPointF(9, 9), QPointF(14, 14));
+    return QIcon(pixmap);
 }
 
 } // namespace
@@ -73,39 +85,64 @@ CTessel::CTessel(BrowserSetup setup, SettingsStore* store, QWidget* parent) : QD
         if (session_) session_->changes().Tick(session_->model());
     });
 
+    setObjectName(QString::number(TemplateId()));
     auto* layout = new QVBoxLayout(this);
     auto* top = new QHBoxLayout;
     top->addWidget(new QLabel(QString::fromUtf8(kLevelLabel), this));
-    levelCombo_ = new QComboBox(this);
+    levelCombo_ = new controls::CMyComboBox(this);
     top->addWidget(levelCombo_);
     pollingCheck_ = new QCheckBox(QString::fromUtf8(kPollingText), this);
     top->addWidget(pollingCheck_);
-    findButton_ = new QPushButton(QStringLiteral("Find"), this);
-    findButton_->setAutoDefault(false); // Enter belongs to the in-place editors
+    findButton_ = new controls::CMyButton(QString(), this);
+    findButton_->setIcon(FindIcon());
+    findButton_->setIconSize(QSize(16, 16));
     top->addWidget(findButton_);
     top->addStretch(1);
     layout->addLayout(top);
 
     tree_ = new controls::ColumnTreeWidget(this);
-    tree_->SetWritableQuery([this](TreeItem item) { return Writable(item); });
+    tree_->setObjectName(QString::fromLatin1(controls::kTreeHostObjectName));
+    controls::ColumnTreeWidget::RowQueries queries;
+    queries.writable = [this](TreeItem item) { return Writable(item); };
+    queries.boolean = [this](TreeItem item) { return BooleanValue(item); };
+    queries.valueCovered = [this](TreeItem item) { return item == editing_ && plan_.kind != EditorKind::None; };
+    queries.toolTip = [this](TreeItem item, controls::ToolTipArea area) {
+        return RowToolTip(item, static_cast<int>(area));
+    };
+    tree_->SetRowQueries(std::move(queries));
     tree_->installEventFilter(this);
     tree_->viewport()->installEventFilter(this);
     layout->addWidget(tree_, 3);
 
     layout->addWidget(new QLabel(QString::fromUtf8(kPropertiesLabel), this));
-    propertyBox_ = new QPlainTextEdit(this);
+    propertyBox_ = new controls::CImagingEdit(this);
+    propertyBox_->setObjectName(QString::fromLatin1(kPropertyTextId));
     propertyBox_->setReadOnly(true);
-    propertyBox_->setLineWrapMode(QPlainTextEdit::NoWrap);
+    propertyBox_->setLineWrapMode(QTextEdit::NoWrap);
+    propertyBox_->SetFlags({false, false});
     layout->addWidget(propertyBox_, 2);
 
     errorLabel_ = new QLabel(QString::fromUtf8(kErrorLabel), this);
-    errorBox_ = new QPlainTextEdit(this);
+    errorBox_ = new controls::CImagingEdit(this);
+    errorBox_->setObjectName(QString::fromLatin1(kErrorTextId));
     errorBox_->setReadOnly(true);
+    errorBox_->SetFlags({false, false});
     errorBox_->setMaximumHeight(4 * errorBox_->fontMetrics().height());
     errorLabel_->hide();
     errorBox_->hide();
     layout->addWidget(errorLabel_);
     layout->addWidget(errorBox_);
+
+    auto* bottom = new QHBoxLayout;
+    bottom->addStretch(1);
+    closeButton_ = new controls::CMyButton(QStringLiteral("Close"), this);
+    closeButton_->setObjectName(QString::fromLatin1(kCloseButtonId));
+    connect(closeButton_, &QPushButton::clicked, this, &QWidget::close);
+    bottom->addWidget(closeButton_);
+    layout->addLayout(bottom);
+
+    toolTip_ = new controls::CMyToolTip(this);
+    MakeEditors();
 
     findWindow_ = new inspect::FindWindow(this);
     findWindow_->setWindowFlag(Qt::Tool);
@@ -128,7 +165,13 @@ CTessel::CTessel(BrowserSetup setup, SettingsStore* store, QWidget* parent) : QD
             ChangeLevel(kLevelChoices[static_cast<size_t>(index)].level);
     });
     connect(pollingCheck_, &QCheckBox::toggled, this, [this](bool on) { session_->SetPolling(on); });
-    connect(tree_, &controls::ColumnTreeWidget::SelectionChanged, this, [this] { ShowProperties(); });
+    connect(tree_, &controls::ColumnTreeWidget::SelectionChanged, this, [this] {
+        ShowProperties();
+        ShowEditor();
+    });
+    connect(tree_, &controls::ColumnTreeWidget::RowsMoved, this, [this] { PlaceEditors(); });
+    connect(tree_, &controls::ColumnTreeWidget::BooleanToggleRequested, this,
+            [this](TreeItem item) { ToggleBooleanOf(item); });
 
     session_->Initialise(*this);
 }
@@ -156,23 +199,206 @@ void CTessel::FillLevelCombo(int level) {
     }
 }
 
-void CTessel::HideEditors() {} // the window has no in-place editors yet
+QComboBox& CTessel::levelCombo() { return *levelCombo_; }
+QPushButton& CTessel::findButton() { return *findButton_; }
+QPushButton& CTessel::closeButton() { return *closeButton_; }
+
+void CTessel::MakeEditors() {
+    QWidget* cells = tree_->viewport();
+    editors_.edit = new controls::CImagingEdit(cells);
+    editors_.edit->MakeSingleLine();
+    editors_.edit->SetFlags({false, true});
+    connect(editors_.edit, &controls::CImagingEdit::CommitRequested, this,
+            [this] { CommitText(editors_.edit->toPlainText().toStdString()); });
+    connect(editors_.edit, &controls::CImagingEdit::FocusLost, this, [this](bool changed) {
+        if (changed) CommitText(editors_.edit->toPlainText().toStdString());
+    });
+    editors_.spin = new controls::Int64SpinBox(cells);
+    connect(editors_.spin, &controls::Int64SpinBox::Stepped, this,
+            [this](int64_t value) { CommitText(std::to_string(value)); });
+    connect(editors_.spin, &QAbstractSpinBox::editingFinished, this, [this] {
+        // Enter or focus loss; an unchanged text is no new value.
+        const std::string text = editors_.spin->text().trimmed().toStdString();
+        if (plan_.kind == EditorKind::Integer && text != plan_.text) CommitText(text);
+    });
+    editors_.slider = new QSlider(Qt::Horizontal, cells);
+    editors_.slider->setTracking(false); // one write when the handle is let go
+    connect(editors_.slider, &QSlider::valueChanged, this, [this](int position) {
+        if (plan_.kind == EditorKind::Integer && plan_.slider && position != SliderPosition(plan_, plan_.value))
+            CommitText(std::to_string(SliderValue(plan_, position)));
+    });
+    editors_.combo = new controls::CMyComboBox(cells);
+    connect(editors_.combo, &QComboBox::activated, this, [this](int index) {
+        if (index >= 0 && static_cast<size_t>(index) < plan_.choices.size() && index != plan_.current)
+            CommitText(plan_.choices[static_cast<size_t>(index)]);
+    });
+    editors_.check = new controls::CCustomButton(cells);
+    connect(editors_.check, &QAbstractButton::clicked, this, [this] { ToggleBooleanOf(editing_); });
+    editors_.execute = new controls::CMyButton(QStringLiteral("Execute()"), cells);
+    editors_.registerEdit = new controls::CMyButton(QStringLiteral("..."), cells);
+    for (controls::CMyButton* button : {editors_.execute, editors_.registerEdit})
+        connect(button, &QPushButton::clicked, this, [this] { RunActionButton(); });
+    HideEditors();
+}
+
+void CTessel::HideEditors() {
+    for (QWidget* editor : std::initializer_list<QWidget*>{editors_.edit, editors_.spin, editors_.slider, editors_.combo,
+                                                           editors_.check, editors_.execute, editors_.registerEdit})
+        if (editor) editor->hide();
+    editing_ = kTopLevel;
+    plan_ = EditorPlan{};
+}
+
+void CTessel::ShowEditor() {
+    HideEditors();
+    if (!session_ || session_->busy()) return;
+    FeatureRow* row = session_->model().RowForItem(tree_->SelectedItem());
+    if (!row || !row->node) return;
+    const ErrorPrintingOff quiet;
+    try {
+        plan_ = PlanEditor(*row);
+    } catch (const GenICam::GenericException& e) {
+        ShowError(e.GetDescription());
+        plan_ = EditorPlan{};
+    }
+    if (plan_.kind == EditorKind::None) return;
+    editing_ = row->treeItem;
+    switch (plan_.kind) {
+    case EditorKind::Edit: editors_.edit->SetText(plan_.text, false); break;
+    case EditorKind::Integer: {
+        editors_.spin->SetRange(plan_.minimum, plan_.maximum, plan_.increment);
+        editors_.spin->SetValue(plan_.value);
+        plan_.text = editors_.spin->text().toStdString();
+        if (plan_.slider) {
+            const QSignalBlocker block(editors_.slider);
+            editors_.slider->setRange(0, SliderPosition(plan_, plan_.maximum));
+            editors_.slider->setValue(SliderPosition(plan_, plan_.value));
+        }
+        break;
+    }
+    case EditorKind::Combo: {
+        const QSignalBlocker block(editors_.combo);
+        editors_.combo->clear();
+        for (const std::string& choice : plan_.choices) editors_.combo->addItem(ToQString(choice));
+        editors_.combo->setCurrentIndex(plan_.current);
+        break;
+    }
+    case EditorKind::Check: editors_.check->SetValue(plan_.checked ? 1 : 0); break;
+    default: break;
+    }
+    PlaceEditors();
+}
+
+void CTessel::PlaceEditors() {
+    if (plan_.kind == EditorKind::None) return;
+    const QRect cell = tree_->ValueCellRect(editing_);
+    auto place = [&](QWidget* editor, const QRect& at) {
+        if (at.width() < 8) {
+            editor->hide();
+            return;
+        }
+        editor->setGeometry(at);
+        editor->show();
+    };
+    switch (plan_.kind) {
+    case EditorKind::Edit: place(editors_.edit, cell); break;
+    case EditorKind::Integer:
+        if (plan_.slider) {
+            const int spinWidth = std::min(cell.width() / 2, 140);
+            place(editors_.spin, QRect(cell.left(), cell.top(), spinWidth, cell.height()));
+            place(editors_.slider, QRect(cell.left() + spinWidth + 4, cell.top(), cell.width() - spinWidth - 4,
+                                         cell.height()));
+        } else {
+            place(editors_.spin, cell);
+        }
+        break;
+    case EditorKind::Combo: place(editors_.combo, cell); break;
+    case EditorKind::Check:
+        place(editors_.check, QRect(cell.left() + controls::kValueIndent, cell.top() + (cell.height() - 16) / 2 - 1,
+                                    18, 18));
+        break;
+    case EditorKind::Command:
+        place(editors_.execute, QRect(cell.left(), cell.top(), std::min(cell.width(), 100), cell.height()));
+        break;
+    case EditorKind::Register:
+        place(editors_.registerEdit, QRect(cell.left(), cell.top(), std::min(cell.width(), 40), cell.height()));
+        break;
+    case EditorKind::None: break;
+    }
+}
+
+void CTessel::CommitText(const std::string& text) {
+    if (!session_ || session_->busy()) return;
+    FeatureRow* row = session_->model().RowForItem(editing_);
+    if (!row || !row->node) return;
+    const ErrorPrintingOff quiet;
+    try {
+        const inspect::CommitResult result = inspect::CommitValue(row->node, row->node->GetName().c_str(), text,
+                                                                  row->context);
+        if (!result.written) ShowError(result.message);
+    } catch (const GenICam::GenericException& e) {
+        ShowError(e.GetDescription());
+    }
+    AfterWrite(*row);
+}
+
+void CTessel::AfterWrite(FeatureRow& row) {
+    session_->model().RewriteRowsOf(row.node);
+    ShowProperties();
+    // The editor shows what the device now holds (a refused text is replaced).
+    const bool hadFocus = editors_.edit->hasFocus();
+    ShowEditor();
+    if (hadFocus && editors_.edit->isVisible()) editors_.edit->setFocus();
+    tree_->viewport()->update();
+}
+
+void CTessel::ToggleBooleanOf(TreeItem item) {
+    if (!session_ || session_->busy()) return;
+    FeatureRow* row = session_->model().RowForItem(item);
+    if (!row || !row->node || !Writable(item)) return;
+    const ErrorPrintingOff quiet;
+    try {
+        if (const std::string message = ToggleBoolean(*row); !message.empty()) ShowError(message);
+    } catch (const GenICam::GenericException& e) {
+        ShowError(e.GetDescription());
+    }
+    AfterWrite(*row);
+}
+
+void CTessel::RunActionButton() {
+    if (!session_ || session_->busy()) return;
+    FeatureRow* row = session_->model().RowForItem(editing_);
+    if (!row || !row->node) return;
+    memview::QtMemoryViewer ownViewer(this);
+    inspect::MemoryViewer& viewer = viewer_ ? *viewer_ : ownViewer;
+    const ErrorPrintingOff quiet;
+    // Failures are dropped here by design; the row shows what the device holds.
+    inspect::RunAction(row->node, row->node->GetName().c_str(), row->context, viewer);
+    if (session_->model().RowForItem(editing_) == row) AfterWrite(*row);
+}
 
 void CTessel::UpdateControls() {
     ShowProperties();
+    ShowEditor();
     tree_->viewport()->update();
 }
 
 void CTessel::SetTitle(const std::string& title) { setWindowTitle(ToQString(title)); }
 
 void CTessel::SetToolTips() {
-    pollingCheck_->setToolTip(QString::fromUtf8(kPollingTip));
-    levelCombo_->setToolTip(QString::fromUtf8(kLevelTip));
-    findButton_->setToolTip(QString::fromUtf8(kFindTip));
+    toolTip_->AddTool(editors_.execute, QString::fromUtf8(kCommandButtonTip));
+    toolTip_->AddTool(editors_.registerEdit, QString::fromUtf8(kCommandButtonTip));
+    toolTip_->AddTool(pollingCheck_, QString::fromUtf8(kPollingTip));
+    toolTip_->AddTool(levelCombo_, QString::fromUtf8(kLevelTip));
+    toolTip_->AddTool(findButton_, QString::fromUtf8(kFindTip));
+    for (QWidget* editor : std::initializer_list<QWidget*>{editors_.edit, editors_.spin, editors_.slider,
+                                                           editors_.combo, editors_.check})
+        toolTip_->AddTool(editor, QString());
+    toolTip_->Activate(true);
 }
 
 void CTessel::ShowError(const std::string& text) {
-    errorBox_->setPlainText(BoxText(text));
+    errorBox_->SetText(text, false);
     errorLabel_->show();
     errorBox_->show();
 }
@@ -286,6 +512,40 @@ void CTessel::done(int result) {
     QDialog::done(result);
 }
 
+std::optional<bool> CTessel::BooleanValue(TreeItem item) {
+    if (!session_ || session_->busy()) return std::nullopt;
+    const FeatureRow* row = session_->model().RowForItem(item);
+    if (!row || !row->node) return std::nullopt;
+    try {
+        if (row->node->GetPrincipalInterfaceType() != GenApi::intfIBoolean ||
+            !GenApi::IsReadable(row->node->GetAccessMode()))
+            return std::nullopt;
+        return GenApi::CBooleanPtr(row->node)->GetValue();
+    } catch (const GenICam::GenericException&) {
+        return std::nullopt;
+    }
+}
+
+std::optional<std::string> CTessel::RowToolTip(TreeItem item, int area) {
+    if (!session_) return std::nullopt;
+    const FeatureRow* row = session_->model().RowForItem(item);
+    if (!row || !row->node) return std::nullopt;
+    try {
+        const auto where = static_cast<controls::ToolTipArea>(area);
+        const bool isEnumeration = row->node->GetPrincipalInterfaceType() == GenApi::intfIEnumeration;
+        std::optional<std::string> entryTip;
+        if (isEnumeration && where == controls::ToolTipArea::Value) {
+            entryTip = std::string();
+            if (GenApi::IsReadable(row->node->GetAccessMode()))
+                if (GenApi::IEnumEntry* current = GenApi::CEnumerationPtr(row->node)->GetCurrentEntry())
+                    entryTip = current->GetNode()->GetToolTip().c_str();
+        }
+        return controls::ToolTipText(where, isEnumeration, entryTip, row->node->GetToolTip().c_str());
+    } catch (const GenICam::GenericException&) {
+        return std::string();
+    }
+}
+
 bool CTessel::Writable(TreeItem item) {
     if (!session_) return false;
     const FeatureRow* row = session_->model().RowForItem(item);
@@ -300,7 +560,7 @@ bool CTessel::Writable(TreeItem item) {
 void CTessel::ShowProperties() {
     const FeatureRow* row = session_ ? session_->model().RowForItem(tree_->SelectedItem()) : nullptr;
     if (!row || !row->node) {
-        propertyBox_->clear();
+        propertyBox_->SetText({}, false);
         return;
     }
     const ErrorPrintingOff quiet;
@@ -310,11 +570,27 @@ void CTessel::ShowProperties() {
         const int64_t kind = row->context.objectKind ? row->context.objectKind : Q_DIGITIZER_OBJECT;
         const inspect::SnippetTexts snippets =
             inspect::GenerateSnippets(row->node, inspect::MakeSnippetRequest(row->node, kind));
-        propertyBox_->setPlainText(BoxText(inspect::PropertyBoxText(typed, snippets.ShownPieces())));
+        propertyBox_->SetText(inspect::PropertyBoxText(typed, snippets.ShownPieces()), true);
     } catch (const GenICam::GenericException& e) {
-        propertyBox_->clear();
+        propertyBox_->SetText({}, false);
         ShowError(e.GetDescription());
     }
+}
+
+GenicamControllerChild::GenicamControllerChild(QWidget* parent) : GenicamControllerChild(BrowserSetup{}, parent) {}
+
+GenicamControllerChild::GenicamControllerChild(BrowserSetup setup, QWidget* parent, SettingsStore* store)
+    : CTessel(std::move(setup), store, parent) {
+    // A child inside the host's own window, which the host closes.
+    setWindowFlags(Qt::Widget);
+    setObjectName(QString::number(TemplateId()));
+    closeButton().hide();
+}
+
+void GenicamControllerChild::showEvent(QShowEvent* event) {
+    CTessel::showEvent(event);
+    // Shown again inside the host: what the device holds may have changed.
+    if (!event->spontaneous()) session().Refresh();
 }
 
 bool SaveWindowImage(QWidget& window, const QString& path) {

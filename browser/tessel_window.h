@@ -15,15 +15,23 @@
 #include <vector>
 
 #include "browser/browser_session.h"
+#include "browser/inplace_editing.h"
+#include "controls/imaging_edit_widget.h"
+#include "inspect/register_editing.h"
 
 class QCheckBox;
 class QComboBox;
 class QLabel;
-class QPlainTextEdit;
 class QPushButton;
+class QSlider;
 
 namespace quillon::controls {
 class ColumnTreeWidget;
+class CMyComboBox;
+class CCustomButton;
+class CMyButton;
+class CMyToolTip;
+class Int64SpinBox;
 }
 namespace quillon::inspect {
 class FindWindow;
@@ -56,6 +64,22 @@ private:
     QTimer timer_;
 };
 
+// The controls keep their numeric ids as object names.
+inline constexpr const char* kCloseButtonId = "1010";
+inline constexpr const char* kPropertyTextId = "1013";
+inline constexpr const char* kErrorTextId = "1014";
+
+// The in-place editors over the value column of the selected row.
+struct InPlaceEditors {
+    controls::CImagingEdit* edit = nullptr;  // floats, strings, address-like integers
+    controls::Int64SpinBox* spin = nullptr;  // integers
+    QSlider* slider = nullptr;               // integers whose range suits one
+    controls::CMyComboBox* combo = nullptr;  // enumerations
+    controls::CCustomButton* check = nullptr; // booleans
+    controls::CMyButton* execute = nullptr;  // commands: "Execute()"
+    controls::CMyButton* registerEdit = nullptr; // registers: opens the memory viewer
+};
+
 class CTessel : public QDialog, public BrowserView {
     Q_OBJECT
 
@@ -65,13 +89,26 @@ public:
     explicit CTessel(BrowserSetup setup, SettingsStore* store = nullptr, QWidget* parent = nullptr);
     ~CTessel() override;
 
+    // The dialog's template: 1000 for the browser, 1001 for the embedded child.
+    virtual int TemplateId() const { return 1000; }
+
     BrowserSession& session() { return *session_; }
     controls::ColumnTreeWidget& tree() { return *tree_; }
-    QComboBox& levelCombo() { return *levelCombo_; }
+    QComboBox& levelCombo();
     QCheckBox& pollingCheck() { return *pollingCheck_; }
-    QPlainTextEdit& propertyBox() { return *propertyBox_; }
-    QPlainTextEdit& errorBox() { return *errorBox_; }
-    QPushButton& findButton() { return *findButton_; }
+    controls::CImagingEdit& propertyBox() { return *propertyBox_; }
+    controls::CImagingEdit& errorBox() { return *errorBox_; }
+    QPushButton& findButton();
+    QPushButton& closeButton();
+    const InPlaceEditors& editors() const { return editors_; }
+    const controls::CMyToolTip& toolTip() const { return *toolTip_; }
+    // The editor plan of the row being edited (kind None when no editor shows).
+    const EditorPlan& editorPlan() const { return plan_; }
+    // The memory viewer that the register button opens; null restores the
+    // window's own hex editor.
+    void SetMemoryViewer(inspect::MemoryViewer* viewer) { viewer_ = viewer; }
+    // Commits `text` for the row being edited, as the editors do.
+    void CommitText(const std::string& text);
     inspect::FindWindow& findWindow() { return *findWindow_; }
     // The open file access dialog, or null.
     inspect::FileAccessWindow* fileAccessWindow() const;
@@ -109,20 +146,48 @@ private:
     bool ForwardKey(QKeyEvent* event); // true when the session handled it
     void ShowProperties();
     bool Writable(TreeItem item);
+    std::optional<bool> BooleanValue(TreeItem item);
+    std::optional<std::string> RowToolTip(TreeItem item, int area);
+    void MakeEditors();
+    void ShowEditor();    // for the selected row
+    void PlaceEditors();  // over the selected row's value cell
+    void AfterWrite(FeatureRow& row);
+    void ToggleBooleanOf(TreeItem item);
+    void RunActionButton();
 
     std::unique_ptr<SettingsStore> ownStore_;
     std::unique_ptr<QtChangeTimer> timer_;
     std::vector<std::unique_ptr<GenICamPollingNodes>> polling_;
     controls::ColumnTreeWidget* tree_ = nullptr;
-    QComboBox* levelCombo_ = nullptr;
+    controls::CMyComboBox* levelCombo_ = nullptr;
     QCheckBox* pollingCheck_ = nullptr;
-    QPlainTextEdit* propertyBox_ = nullptr;
+    controls::CImagingEdit* propertyBox_ = nullptr;
     QLabel* errorLabel_ = nullptr;
-    QPlainTextEdit* errorBox_ = nullptr;
-    QPushButton* findButton_ = nullptr;
+    controls::CImagingEdit* errorBox_ = nullptr;
+    controls::CMyButton* findButton_ = nullptr;
+    controls::CMyButton* closeButton_ = nullptr;
+    controls::CMyToolTip* toolTip_ = nullptr;
+    InPlaceEditors editors_;
+    TreeItem editing_ = kTopLevel; // the row the editors belong to
+    EditorPlan plan_;
+    inspect::MemoryViewer* viewer_ = nullptr;
     inspect::FindWindow* findWindow_ = nullptr;
     QPointer<inspect::FileAccessWindow> fileAccess_;
     std::unique_ptr<BrowserSession> session_;
+};
+
+// The browser as a child of a host's own window: template 1001, without
+// the close button; it refreshes its tree whenever it is shown.
+class GenicamControllerChild : public CTessel {
+    Q_OBJECT
+
+public:
+    explicit GenicamControllerChild(QWidget* parent);
+    GenicamControllerChild(BrowserSetup setup, QWidget* parent, SettingsStore* store = nullptr);
+    int TemplateId() const override { return 1001; }
+
+protected:
+    void showEvent(QShowEvent* event) override;
 };
 
 // Shows `window`, lets it lay out and paint, and saves its image as PNG.

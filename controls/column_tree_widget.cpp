@@ -1,15 +1,18 @@
 #include "controls/column_tree_widget.h"
 
 #include <QHeaderView>
+#include <QHelpEvent>
 #include <QKeyEvent>
 #include <QMouseEvent>
 #include <QPainter>
 #include <QScrollBar>
 #include <QStandardItemModel>
+#include <QToolTip>
 
 #include <algorithm>
 
 #include "controls/column_tree_paint.h"
+#include "controls/entry_controls_widget.h"
 
 namespace quillon::controls {
 
@@ -31,7 +34,21 @@ struct ColumnTreeWidget::Node {
     int depth = -1; // the invisible root is -1
     Node* parent = nullptr;
     std::vector<std::unique_ptr<Node>> children;
+    // Where the last paint put the icons, in viewport coordinates, for clicks.
+    Rect expandIcon;
+    Rect checkIcon;
 };
+
+namespace {
+
+MeasuredItem Measured(const ColumnTreeWidget::Node& node) {
+    MeasuredItem item{node.text, node.expanded, false, {}};
+    if (node.expanded)
+        for (const auto& child : node.children) item.children.push_back(Measured(*child));
+    return item;
+}
+
+} // namespace
 
 ColumnTreeWidget::ColumnTreeWidget(QWidget* parent) : QAbstractScrollArea(parent), root_(std::make_unique<Node>()) {
     headerModel_ = new QStandardItemModel(0, 2, this);
@@ -45,7 +62,11 @@ ColumnTreeWidget::ColumnTreeWidget(QWidget* parent) : QAbstractScrollArea(parent
     connect(header_, &QHeaderView::sectionResized, this, [this] {
         UpdateScrollBars();
         viewport()->update();
+        emit RowsMoved();
     });
+    connect(header_, &QHeaderView::sectionHandleDoubleClicked, this,
+            [this](int column) { header_->resizeSection(column, DividerWidth(column)); });
+    setMouseTracking(false);
     setFocusPolicy(Qt::StrongFocus);
     horizontalScrollBar()->setSingleStep(kScrollLinePixels);
     verticalScrollBar()->setSingleStep(1);
@@ -168,6 +189,7 @@ void ColumnTreeWidget::Changed() {
     shownValid_ = false;
     UpdateScrollBars();
     viewport()->update();
+    emit RowsMoved();
 }
 
 int ColumnTreeWidget::RowPixels() const { return RowHeight(fontMetrics().height() + 2); }
@@ -193,6 +215,34 @@ ColumnWidths ColumnTreeWidget::Widths() const {
 }
 
 int ColumnTreeWidget::NameColumnWidth() const { return header_->sectionSize(0); }
+int ColumnTreeWidget::ValueColumnWidth() const { return header_->sectionSize(1); }
+
+QRect ColumnTreeWidget::ValueCellRect(TreeItem item) const {
+    const QRect row = ItemRect(item);
+    if (row.isEmpty()) return {};
+    const ColumnWidths widths = Widths();
+    if (widths.count < 2) return {};
+    const int scrollX = horizontalScrollBar()->value();
+    QRect cell(widths.Left(1) - scrollX, row.top(), widths.width[1] - 1, row.height() - 1);
+    return cell.intersected(viewport()->rect());
+}
+
+int ColumnTreeWidget::DividerWidth(int column) const {
+    if (root_->children.empty()) return kDividerPadding;
+    const MeasuredItem first = Measured(*root_->children.front());
+    const QFontMetrics metrics(font());
+    MeasureMetrics m;
+    m.indent = kIndentPixels;
+    m.linesAtRoot = false;
+    return DividerDoubleClickWidth(std::span<const MeasuredItem>(&first, 1), column, m, [&](std::string_view text) {
+        return metrics.horizontalAdvance(ToQString(text).trimmed());
+    });
+}
+
+Rect ColumnTreeWidget::LabelRect(const Node& node, int top) const {
+    const int scrollX = horizontalScrollBar()->value();
+    return Rect{kRootLeft + kIndentPixels * node.depth - scrollX, top, Widths().total - scrollX, top + RowPixels()};
+}
 
 void ColumnTreeWidget::SetColumnWidths(int name, int value) {
     header_->resizeSection(0, name);
@@ -265,12 +315,16 @@ void ColumnTreeWidget::paintEvent(QPaintEvent*) {
                            top + rowPixels};
         in.isCategory = !node->children.empty() || node->bold;
         in.expanded = node->expanded;
-        in.writable = in.isCategory || !writable_ || writable_(node);
+        in.writable = in.isCategory || (queries_.writable && queries_.writable(node));
+        if (!in.isCategory && queries_.boolean) in.booleanValue = queries_.boolean(node);
+        if (!in.isCategory && queries_.valueCovered && queries_.valueCovered(node)) in.coveredCells.set(1);
         in.focused = selected;
         in.clientWidth = viewport()->width();
         in.treeScrollX = scrollX;
         const std::optional<RowPaint> paint = PaintRow(widths, in);
         if (!paint) continue;
+        node->expandIcon = paint->expandIcon ? paint->expandIcon->rect : Rect{};
+        node->checkIcon = {};
 
         if (selected) painter.fillRect(ToQRect(in.itemRect), pal.color(QPalette::Highlight));
         if (paint->expandIcon) {
@@ -293,7 +347,13 @@ void ColumnTreeWidget::paintEvent(QPaintEvent*) {
 
         painter.setFont(normal);
         for (const ValueCell& cell : paint->values) {
-            if (cell.coveredByControl || !cell.text) continue;
+            if (cell.coveredByControl) continue;
+            if (cell.check) {
+                node->checkIcon = cell.check->rect;
+                PaintCheckIcon(painter, QPoint(cell.check->rect.left, cell.check->rect.top), cell.check->resource);
+                continue;
+            }
+            if (!cell.text) continue;
             painter.setPen(colour(cell.colour, selected));
             painter.drawText(ToQRect(cell.rect), Qt::AlignVCenter | Qt::AlignLeft | Qt::TextSingleLine,
                              ToQString(*cell.text).trimmed());
@@ -308,35 +368,94 @@ void ColumnTreeWidget::resizeEvent(QResizeEvent* event) {
     QAbstractScrollArea::resizeEvent(event);
     const QRect vp = viewport()->geometry();
     header_->setGeometry(vp.left(), vp.top() - header_->sizeHint().height(), vp.width(), header_->sizeHint().height());
+    const ColumnWidths resized = ResizeLastColumn(Widths(), vp.width(), keepLastWidth_);
+    if (resized.count > 0) {
+        const int last = resized.count - 1;
+        if (header_->sectionSize(last) != resized.width[static_cast<size_t>(last)])
+            header_->resizeSection(last, resized.width[static_cast<size_t>(last)]);
+    }
     UpdateScrollBars();
+    emit RowsMoved();
 }
 
 void ColumnTreeWidget::scrollContentsBy(int, int) {
     header_->setOffset(horizontalScrollBar()->value());
     viewport()->update();
+    emit RowsMoved();
 }
 
 bool ColumnTreeWidget::viewportEvent(QEvent* event) {
     // Scroll bars show or hide with the viewport's size.
     if (event->type() == QEvent::Resize) UpdateScrollBars();
+    if (event->type() == QEvent::ToolTip) return ShowToolTip(static_cast<QHelpEvent*>(event));
     return QAbstractScrollArea::viewportEvent(event);
 }
 
-void ColumnTreeWidget::mousePressEvent(QMouseEvent* event) {
+void ColumnTreeWidget::mousePressEvent(QMouseEvent* event) { HandleClick(event, ClickKind::ButtonDown); }
+
+void ColumnTreeWidget::mouseDoubleClickEvent(QMouseEvent* event) { HandleClick(event, ClickKind::DoubleClick); }
+
+void ColumnTreeWidget::HandleClick(QMouseEvent* event, ClickKind kind) {
     const QPoint pos = event->position().toPoint();
     TreeItem item = ItemAt(pos);
-    if (!item) return;
-    Node* node = NodeOf(item);
-    // A click on a category's expand icon (or left of it) toggles it.
-    const int iconRight =
-        kRootLeft + kIndentPixels * node->depth + kCategoryTextOffset - horizontalScrollBar()->value();
-    if (!node->children.empty() && pos.x() < iconRight) SetExpanded(item, !node->expanded);
-    SelectItem(item);
+    const int scrollX = horizontalScrollBar()->value();
+    const ColumnWidths widths = Widths();
+    ClickInput in;
+    in.kind = kind;
+    in.point = Point{pos.x(), pos.y()};
+    in.onItem = item != browser::kTopLevel;
+    Node* node = item ? NodeOf(item) : nullptr;
+    if (node) {
+        const QRect row = ItemRect(item);
+        in.textRect = LabelRect(*node, row.top());
+        in.part = pos.x() >= in.textRect.left ? RowPart::LabelOrRight : RowPart::Elsewhere;
+        in.field0Width = QFontMetrics(font()).horizontalAdvance(ToQString(Field(node->text, 0).value_or("")));
+        in.expandIcon = node->expandIcon;
+        in.checkIcon = node->checkIcon;
+    }
+    in.fullRowSelect = true;
+    in.column0Width = widths.Right(0) - scrollX;
+    in.totalWidth = widths.total - scrollX;
+    const ClickDecision d = DecideClick(in);
+    if (d.focus) setFocus(Qt::MouseFocusReason);
+    if (d.passToTree && node) {
+        // The plain tree's own handling: the expand button toggles, a click selects.
+        if (!node->children.empty() && pos.x() < in.textRect.left + kCategoryTextOffset) SetExpanded(item, !node->expanded);
+        SelectItem(item);
+    }
+    if (d.select) SelectItem(item);
+    if (d.toggleExpansion && node && !node->children.empty()) SetExpanded(item, !node->expanded);
+    if (d.toggleBoolean) {
+        SelectItem(item);
+        emit BooleanToggleRequested(item);
+    }
 }
 
-void ColumnTreeWidget::mouseDoubleClickEvent(QMouseEvent* event) {
-    TreeItem item = ItemAt(event->position().toPoint());
-    if (item && !NodeOf(item)->children.empty()) SetExpanded(item, !NodeOf(item)->expanded);
+bool ColumnTreeWidget::ShowToolTip(QHelpEvent* event) {
+    const QPoint pos = event->pos();
+    TreeItem item = ItemAt(pos);
+    ToolTipInput in;
+    in.point = Point{pos.x(), pos.y()};
+    in.onItem = item != browser::kTopLevel;
+    std::optional<std::string> probe;
+    if (item) {
+        in.textRect = LabelRect(*NodeOf(item), ItemRect(item).top());
+        in.item = reinterpret_cast<std::uintptr_t>(item);
+        // A row without a feature node has no tool in either area.
+        in.hasNode = queries_.toolTip && queries_.toolTip(item, ToolTipArea::Name).has_value();
+    }
+    in.column0Width = Widths().Right(0) - horizontalScrollBar()->value();
+    in.clientRight = viewport()->width();
+    const std::optional<ToolTipTool> tool = ToolTipAt(in);
+    const std::optional<std::string> text = tool ? queries_.toolTip(item, tool->area) : std::nullopt;
+    if (!text || text->empty()) {
+        QToolTip::hideText();
+        event->ignore();
+        return true;
+    }
+    const QRect area(tool->rect.left, tool->rect.top, tool->rect.Width(), tool->rect.Height());
+    QToolTip::showText(event->globalPos(), ToQString(*text), viewport(), area);
+    return true;
 }
 
 void ColumnTreeWidget::keyPressEvent(QKeyEvent* event) {

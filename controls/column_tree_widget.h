@@ -8,13 +8,16 @@
 
 #include <functional>
 #include <memory>
+#include <optional>
 #include <string>
 #include <vector>
 
 #include "browser/feature_row.h"
+#include "controls/column_tree_input.h"
 #include "controls/column_tree_layout.h"
 
 class QHeaderView;
+class QHelpEvent;
 class QStandardItemModel;
 
 namespace quillon::controls {
@@ -24,6 +27,7 @@ class ColumnTreeWidget final : public QAbstractScrollArea, public browser::TreeS
 
 public:
     using TreeItem = browser::TreeItem;
+    struct Node; // one tree item
 
     explicit ColumnTreeWidget(QWidget* parent = nullptr);
     ~ColumnTreeWidget() override;
@@ -36,9 +40,21 @@ public:
     void Expand(TreeItem item) override;
     void DeleteAllItems() override;
 
-    // Whether an item's value is writable (dark green) or not (grey); asked
-    // while painting, so the owner decides from its rows.
-    void SetWritableQuery(std::function<bool(TreeItem)> query) { writable_ = std::move(query); }
+    // What the owner knows of its rows, asked while painting and on mouse
+    // events; unset queries answer false / nothing.
+    struct RowQueries {
+        // The feature is writable: dark green value, black name; else grey.
+        std::function<bool(TreeItem)> writable;
+        // A boolean feature's value: a check icon instead of text.
+        std::function<std::optional<bool>(TreeItem)> boolean;
+        // One of the owner's in-place controls covers the row's value cell.
+        std::function<bool(TreeItem)> valueCovered;
+        // The tip of a row's area; nothing when the row has no feature node.
+        std::function<std::optional<std::string>(TreeItem, ToolTipArea)> toolTip;
+    };
+    void SetRowQueries(RowQueries queries) { queries_ = std::move(queries); }
+    // When set, resizing does not stretch the last column.
+    void SetKeepLastWidth(bool keep) { keepLastWidth_ = keep; }
 
     std::string ItemText(TreeItem item) const;
     bool IsBold(TreeItem item) const;
@@ -56,11 +72,22 @@ public:
     QRect ItemRect(TreeItem item) const; // in viewport coordinates; empty when not shown
 
     int NameColumnWidth() const;
+    int ValueColumnWidth() const;
     void SetColumnWidths(int name, int value);
     int RowPixels() const;
+    // The row's value cell (column 1) in viewport coordinates, clipped to the
+    // viewport; empty when the row is not shown.
+    QRect ValueCellRect(TreeItem item) const;
+    // The width a double-click on column `column`'s divider gives it.
+    int DividerWidth(int column) const;
 
 signals:
     void SelectionChanged();
+    // A click on a boolean's check icon.
+    void BooleanToggleRequested(TreeItem item);
+    // Rows moved on screen (scrolling, resizing, expanding): in-place
+    // controls must be placed again.
+    void RowsMoved();
 
 protected:
     void paintEvent(QPaintEvent* event) override;
@@ -71,8 +98,11 @@ protected:
     void scrollContentsBy(int dx, int dy) override;
     bool viewportEvent(QEvent* event) override;
 
+    void HandleClick(QMouseEvent* event, ClickKind kind);
+    bool ShowToolTip(QHelpEvent* event);
+    Rect LabelRect(const Node& node, int top) const; // label left .. end of the columns
+
 private:
-    struct Node;
     Node* NodeOf(TreeItem item) const;
     const std::vector<Node*>& Shown() const;
     void Changed(); // the shown rows or their texts changed
@@ -85,7 +115,8 @@ private:
     QHeaderView* header_ = nullptr;
     QStandardItemModel* headerModel_ = nullptr;
     TreeItem selected_ = browser::kTopLevel;
-    std::function<bool(TreeItem)> writable_;
+    RowQueries queries_;
+    bool keepLastWidth_ = false;
     mutable std::vector<Node*> shown_;
     mutable bool shownValid_ = false;
 };
