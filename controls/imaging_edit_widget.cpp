@@ -111,8 +111,9 @@ void CImagingEdit::keyPressEvent(QKeyEvent* e) {
         setTextCursor(cursor);
         return;
     }
-    case EditKeyAction::NextControl: focusNextPrevChild(true); return;
-    case EditKeyAction::PreviousControl: focusNextPrevChild(false); return;
+    // QTextEdit refuses to pass the focus on while editable; the widget's own rule does.
+    case EditKeyAction::NextControl: QWidget::focusNextPrevChild(true); return;
+    case EditKeyAction::PreviousControl: QWidget::focusNextPrevChild(false); return;
     case EditKeyAction::TreeAndPlatform:
         if (QWidget* tree = window()->findChild<QWidget*>(QString::fromLatin1(kTreeHostObjectName))) {
             QKeyEvent copyEvent(e->type(), e->key(), e->modifiers());
