@@ -1,0 +1,168 @@
+// The browser window as a user meets it: how long it takes from opening the
+// window on the largest vendor description to the tree's first complete
+// paint, and how much CPU the open window costs while it polls and idles.
+#include <benchmark/benchmark.h>
+
+#include <sys/resource.h>
+
+#include <QApplication>
+#include <QCheckBox>
+#include <QEventLoop>
+#include <QTimer>
+
+#include <chrono>
+#include <cstdlib>
+#include <filesystem>
+#include <string>
+#include <tuple>
+#include <utility>
+
+#include "GenApi/GenApi.h"
+#include "browser/tessel_window.h"
+#include "controls/column_tree_widget.h"
+#include "sim/sim_camera.h"
+
+using namespace quillon::browser;
+
+namespace {
+
+using Clock = std::chrono::steady_clock;
+
+// The largest description (by file size) among the corpus's .xml and .zip files.
+std::string LargestDescription() {
+    std::filesystem::path largest;
+    std::uintmax_t size = 0;
+    for (const auto& entry : std::filesystem::directory_iterator(QUILLON_CORPUS_DIR)) {
+        const std::string ext = entry.path().extension().string();
+        if (!entry.is_regular_file() || (ext != ".xml" && ext != ".zip")) continue;
+        if (entry.file_size() > size) {
+            size = entry.file_size();
+            largest = entry.path();
+        }
+    }
+    return largest.string();
+}
+
+// A description over a zero-filled memory port, as `quillon --xml` shows it.
+struct XmlDevice {
+    GenApi::CMemoryPort port; // outlives the node map that points at it
+    GenApi::CNodeMapRef map;
+    explicit XmlDevice(const std::string& file) {
+        map._LoadXMLFromFile(file.c_str());
+        map._Connect(&port);
+    }
+};
+
+BrowserSetup SetupFor(GenApi::INodeMap* nodeMap) {
+    NodeMapEntry entry;
+    entry.context.nodeMap = nodeMap;
+    return BrowserSetup{{entry}, 0, {}, false};
+}
+
+// Counts the paint events that reach a widget.
+class PaintCounter final : public QObject {
+public:
+    int paints = 0;
+
+protected:
+    bool eventFilter(QObject* watched, QEvent* event) override {
+        if (event->type() == QEvent::Paint) ++paints;
+        return QObject::eventFilter(watched, event);
+    }
+};
+
+// Opens the window on `device`, shows it and waits for the tree's first
+// paint; answers the seconds taken and the number of rows.
+std::pair<double, size_t> OpenToFirstPaint(const XmlDevice& device) {
+    MemorySettingsStore store;
+    PaintCounter counter;
+    const auto start = Clock::now();
+    CTessel window(SetupFor(device.map._Ptr()), &store);
+    window.tree().viewport()->installEventFilter(&counter);
+    window.show();
+    // A paint event is counted before it is handled; processEvents returns
+    // only after it has been handled.
+    while (counter.paints == 0) QApplication::processEvents();
+    const double seconds = std::chrono::duration<double>(Clock::now() - start).count();
+    return {seconds, window.session().model().featureRows().size() + window.session().model().categoryRows().size()};
+}
+
+// "first": the process's first window only (fonts, style and the platform's
+// first window are set up on the way); "again": every further window.
+void BM_WindowOpenToFirstPaint(benchmark::State& state) {
+    const std::string file = LargestDescription();
+    if (file.empty()) {
+        state.SkipWithError("no description in the corpus folder");
+        return;
+    }
+    const XmlDevice device(file);
+    state.SetLabel(std::filesystem::path(file).filename().string());
+    size_t rows = 0;
+    for (auto _ : state) {
+        double seconds = 0;
+        std::tie(seconds, rows) = OpenToFirstPaint(device);
+        state.SetIterationTime(seconds);
+    }
+    state.counters["rows"] = static_cast<double>(rows);
+}
+// Registered first, so that it runs before any other window was opened.
+BENCHMARK(BM_WindowOpenToFirstPaint)
+    ->Name("BM_WindowOpenToFirstPaint/first")
+    ->Iterations(1)
+    ->UseManualTime()
+    ->Unit(benchmark::kMillisecond);
+BENCHMARK(BM_WindowOpenToFirstPaint)
+    ->Name("BM_WindowOpenToFirstPaint/again")
+    ->UseManualTime()
+    ->Unit(benchmark::kMillisecond);
+
+double ProcessCpuSeconds() {
+    rusage usage{};
+    getrusage(RUSAGE_SELF, &usage);
+    auto seconds = [](const timeval& t) { return static_cast<double>(t.tv_sec) + static_cast<double>(t.tv_usec) / 1e6; };
+    return seconds(usage.ru_utime) + seconds(usage.ru_stime);
+}
+
+// The window shown on the simulated camera with "Polling" checked, left to
+// its event loop: the polling thread's passes and the redraws of the polled
+// rows, as a fraction of one core.
+void BM_IdleWithPollingCpu(benchmark::State& state) {
+    qorvis::sim::ConnectedSimulatedCamera camera;
+    MemorySettingsStore store;
+    CTessel window(SetupFor(camera.nodeMap()), &store);
+    window.show();
+    window.pollingCheck().click();
+    QApplication::processEvents(); // settle the first layout and paint
+    const int idleMs = static_cast<int>(state.range(0));
+    double cpuPercent = 0;
+    uint64_t reads = 0;
+    for (auto _ : state) {
+        const uint64_t readsBefore = camera.device.readCount();
+        QEventLoop idle;
+        QTimer::singleShot(idleMs, Qt::PreciseTimer, &idle, &QEventLoop::quit);
+        const double cpuBefore = ProcessCpuSeconds();
+        const auto start = Clock::now();
+        idle.exec();
+        const double wall = std::chrono::duration<double>(Clock::now() - start).count();
+        cpuPercent = 100.0 * (ProcessCpuSeconds() - cpuBefore) / wall;
+        reads = camera.device.readCount() - readsBefore;
+        state.SetIterationTime(wall);
+    }
+    window.pollingCheck().click();
+    state.counters["cpu_percent"] = cpuPercent;
+    state.counters["device_reads"] = static_cast<double>(reads); // none would mean nothing polled
+}
+BENCHMARK(BM_IdleWithPollingCpu)->Arg(3000)->Iterations(1)->UseManualTime()->Unit(benchmark::kMillisecond);
+
+} // namespace
+
+int main(int argc, char** argv) {
+    // Drawn off screen unless a platform was chosen.
+    setenv("QT_QPA_PLATFORM", "offscreen", 0);
+    QApplication app(argc, argv);
+    benchmark::Initialize(&argc, argv);
+    if (benchmark::ReportUnrecognizedArguments(argc, argv)) return 1;
+    benchmark::RunSpecifiedBenchmarks();
+    benchmark::Shutdown();
+    return 0;
+}
