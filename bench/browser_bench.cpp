@@ -3,6 +3,8 @@
 // every row as a full refresh does.
 #include <benchmark/benchmark.h>
 
+#include "bench_support.h"
+
 #include <string>
 
 #include "GenApi/GenApi.h"
@@ -16,19 +18,10 @@ using namespace quillon::browser;
 
 namespace {
 
-struct LoadedDescription {
-    GenApi::CMemoryPort port; // outlives the node map that points at it
-    GenApi::CNodeMapRef map;
-    explicit LoadedDescription(const std::string& file) {
-        map._LoadXMLFromFile(file.c_str());
-        map._Connect(&port);
-    }
-};
-
 const std::string kBasler = std::string(QUILLON_CORPUS_DIR) + "/Basler_a2A2600-20gmBAS.xml";
 
 void BM_BuildTreeWithRowTextsGuru(benchmark::State& state) {
-    LoadedDescription device(kBasler);
+    quillon_bench::LoadedDescription device(kBasler);
     NodeMapEntry entry;
     entry.context.nodeMap = device.map._Ptr();
     size_t rows = 0;
@@ -44,7 +37,7 @@ void BM_BuildTreeWithRowTextsGuru(benchmark::State& state) {
 BENCHMARK(BM_BuildTreeWithRowTextsGuru)->Unit(benchmark::kMillisecond);
 
 void BM_RewriteEveryRowGuru(benchmark::State& state) {
-    LoadedDescription device(kBasler);
+    quillon_bench::LoadedDescription device(kBasler);
     NodeMapEntry entry;
     entry.context.nodeMap = device.map._Ptr();
     TextTree tree;
@@ -58,7 +51,7 @@ BENCHMARK(BM_RewriteEveryRowGuru)->Unit(benchmark::kMillisecond);
 // Selecting a feature: its property text and access-code snippets, for
 // every feature of the description (reported per feature).
 void BM_PropertyTextAndSnippetPerFeature(benchmark::State& state) {
-    LoadedDescription device(kBasler);
+    quillon_bench::LoadedDescription device(kBasler);
     GenApi::NodeList_t nodes;
     device.map._GetNodes(nodes);
     std::vector<GenApi::INode*> features;

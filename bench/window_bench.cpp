@@ -3,6 +3,8 @@
 // paint, and how much CPU the open window costs while it polls and idles.
 #include <benchmark/benchmark.h>
 
+#include "bench_support.h"
+
 #include <sys/resource.h>
 
 #include <QApplication>
@@ -43,16 +45,6 @@ std::string LargestDescription() {
     return largest.string();
 }
 
-// A description over a zero-filled memory port, as `quillon --xml` shows it.
-struct XmlDevice {
-    GenApi::CMemoryPort port; // outlives the node map that points at it
-    GenApi::CNodeMapRef map;
-    explicit XmlDevice(const std::string& file) {
-        map._LoadXMLFromFile(file.c_str());
-        map._Connect(&port);
-    }
-};
-
 BrowserSetup SetupFor(GenApi::INodeMap* nodeMap) {
     NodeMapEntry entry;
     entry.context.nodeMap = nodeMap;
@@ -73,7 +65,7 @@ protected:
 
 // Opens the window on `device`, shows it and waits for the tree's first
 // paint; answers the seconds taken and the number of rows.
-std::pair<double, size_t> OpenToFirstPaint(const XmlDevice& device) {
+std::pair<double, size_t> OpenToFirstPaint(const quillon_bench::LoadedDescription& device) {
     MemorySettingsStore store;
     PaintCounter counter;
     const auto start = Clock::now();
@@ -95,7 +87,7 @@ void BM_WindowOpenToFirstPaint(benchmark::State& state) {
         state.SkipWithError("no description in the corpus folder");
         return;
     }
-    const XmlDevice device(file);
+    const quillon_bench::LoadedDescription device(file);
     state.SetLabel(std::filesystem::path(file).filename().string());
     size_t rows = 0;
     for (auto _ : state) {
