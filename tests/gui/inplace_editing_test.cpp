@@ -124,6 +124,23 @@ TEST(InPlaceEditing, IntegersAreTypedSteppedAndSlid) {
     EXPECT_FALSE(w.window.errorBox().toPlainText().isEmpty());
 }
 
+TEST(InPlaceEditing, FloatsAreTypedAndTheArrowsMoveTheTree) {
+    EditWindow w;
+    const TreeItem exposure = w.Select("ExposureTime");
+    CImagingEdit* edit = w.window.editors().edit;
+    ASSERT_TRUE(edit->isVisible());
+    edit->setFocus();
+    edit->selectAll();
+    QTest::keyClicks(edit, "2500.5");
+    QTest::keyClick(edit, Qt::Key_Return);
+    EXPECT_DOUBLE_EQ(GenApi::CFloatPtr(w.camera.map->GetNode("ExposureTime"))->GetValue(), 2500.5);
+    EXPECT_EQ(w.ValueText(exposure), "2500.500");
+    // Down in the editor moves the tree's selection to the next row.
+    QTest::keyClick(edit, Qt::Key_Down);
+    EXPECT_NE(w.window.tree().SelectedItem(), exposure);
+    EXPECT_NE(w.window.tree().SelectedItem(), kTopLevel);
+}
+
 TEST(InPlaceEditing, EntriesAreChosenAndBooleansToggledByTheirIcon) {
     EditWindow w;
     w.Select("PixelFormat");
