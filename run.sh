@@ -8,10 +8,10 @@ quillon_ensure_packages
 build=build/release
 cmake -S . -B "$build" -DCMAKE_BUILD_TYPE=Release -DQUILLON_BUILD_TESTS=OFF >/dev/null
 cmake --build "$build" -j "$(nproc)"
-# With the browser window built, the main job also saves a picture of it.
-if [ $# -eq 0 ] && [ -e "$build/browser/libquillon_gui.a" ]; then
-  "$build/host/quillon"
-  echo
-  exec "$build/host/quillon" --screenshot "$build/quillon.png"
+# The main job: the quillon host loads libquillon.so and shows the browser
+# over the simulated system. Without a display it prints the feature tree and
+# saves the window as build/release/quillon.png.
+if [ $# -eq 0 ] && [ -e "$build/controller/libquillon.so" ]; then
+  exec "$build/host/quillon" --image "$build/quillon.png"
 fi
 exec "$build/host/quillon" "$@"

@@ -1,5 +1,7 @@
-// The quillon command: the texts the browser shows, for scripts and checks.
+// The quillon command: the host of the browser library, and the texts the
+// browser shows, for scripts and checks.
 //
+//   quillon [DEVICE] [--modeless] [--image OUT.png]   (browser_host.cpp)
 //   quillon tree [DEVICE] [--level standard|advanced|guru]
 //   quillon props [DEVICE] FEATURE
 //   quillon find [DEVICE] QUERY
@@ -26,6 +28,7 @@
 #include "browser/feature_row.h"
 #include "browser/text_tree.h"
 #include "browser/tree_model.h"
+#include "browser_host.h"
 #include "inspect/command_execution.h"
 #include "inspect/file_transfer.h"
 #include "inspect/find_feature.h"
@@ -45,20 +48,34 @@ using namespace GenApi;
 using namespace quillon;
 namespace fs = std::filesystem;
 
-namespace {
-
-// A failure the user caused or the device reported: one line, status 2.
-struct UsageError : std::runtime_error {
-    using std::runtime_error::runtime_error;
-};
-
-std::string dataDirectory() {
+std::string host::DataDirectory() {
     if (const char* dir = std::getenv("QUILLON_DATA_DIR")) {
         std::string d(dir);
         return d.empty() || d.back() == '/' ? d : d + "/";
     }
     return QUILLON_DEFAULT_DATA_DIR;
 }
+
+void host::PrintTree(const std::vector<browser::NodeMapEntry>& entries, int level) {
+    browser::TextTree sink;
+    browser::FeatureTreeModel model(sink, nullptr);
+    try {
+        model.Build(entries, level);
+    } catch (const GenICam::GenericException&) {
+        // The browser keeps the rows built before the failure and shows the
+        // message in its error box: so does the command, on stderr.
+        std::fputs(sink.Print().c_str(), stdout);
+        throw;
+    }
+    std::fputs(sink.Print().c_str(), stdout);
+}
+
+namespace {
+
+// A failure the user caused or the device reported: one line, status 2.
+struct UsageError : std::runtime_error {
+    using std::runtime_error::runtime_error;
+};
 
 // The node maps a command works on, and what keeps them alive.
 class Device {
@@ -101,7 +118,7 @@ public:
         QdigAlloc(sys_, 0, QOR_TEXT(""), Q_DEFAULT, &dig_);
         QseqAlloc(sys_, 0, 1, Q_DEFAULT, &seq_);
         if (!sys_ || !dig_ || !seq_) throw UsageError("the simulated system could not be allocated");
-        std::string dir = dataDirectory();
+        std::string dir = host::DataDirectory();
         add("System", sys_, Q_SYSTEM_OBJECT, dir);
         add("Digitizer", dig_, Q_DIGITIZER_OBJECT, dir);
         add("Sequence", seq_, Q_SEQUENCE_OBJECT, dir);
@@ -156,17 +173,7 @@ int parseLevel(const std::string& text) {
 // ---------------------------------------------------------------- commands
 
 int tree(Device& device, int level) {
-    browser::TextTree sink;
-    browser::FeatureTreeModel model(sink, nullptr);
-    try {
-        model.Build(device.entries(), level);
-    } catch (const GenICam::GenericException&) {
-        // The browser keeps the rows built before the failure and shows the
-        // message in its error box: so does the command, on stderr.
-        std::fputs(sink.Print().c_str(), stdout);
-        throw;
-    }
-    std::fputs(sink.Print().c_str(), stdout);
+    host::PrintTree(device.entries(), level);
     return 0;
 }
 
@@ -304,7 +311,11 @@ int screenshot(Device& device, const std::string& path) {
 #endif
 
 const char kUsage[] =
+#ifdef QUILLON_HAVE_GUI
+    "usage: quillon [DEVICE] [--modeless] [--image OUT.png]   the browser (no display: tree and image)\n"
+#else
     "usage: quillon                                   the simulated system's feature tree\n"
+#endif
     "       quillon tree [DEVICE] [--level standard|advanced|guru]\n"
     "       quillon props [DEVICE] FEATURE\n"
     "       quillon find [DEVICE] QUERY\n"
@@ -316,18 +327,21 @@ const char kUsage[] =
 #endif
     "DEVICE: nothing for the embedded simulated system, or --xml FILE\n";
 
-int run(std::vector<std::string> args) {
-    if (args.empty()) {
 #ifdef QUILLON_HAVE_GUI
-        std::printf("Quillon: the feature tree the browser window shows for the embedded simulated system\n"
-                    "(system, digitizer, sequence and Torvex TVX1280M camera):\n\n");
-#else
-        std::printf("Quillon: the browser window is not built yet; this is the feature tree it shows for the\n"
-                    "embedded simulated system (system, digitizer, sequence and Torvex TVX1280M camera):\n\n");
+bool isHostOption(const std::string& arg) { return arg == "--xml" || arg == "--modeless" || arg == "--image"; }
 #endif
+
+int run(std::vector<std::string> args) {
+#ifdef QUILLON_HAVE_GUI
+    if (args.empty() || isHostOption(args[0])) return host::RunBrowserHost(args);
+#else
+    if (args.empty()) {
+        std::printf("Quillon: the browser window is not built; this is the feature tree it shows for the\n"
+                    "embedded simulated system (system, digitizer, sequence and Torvex TVX1280M camera):\n\n");
         SimulatedSystem device;
         return tree(device, browser::kGuru);
     }
+#endif
     std::string command = args[0];
     args.erase(args.begin());
     if (command == "check") {

@@ -1,5 +1,6 @@
 // The quillon command end to end: its texts come from the browser core over
 // the embedded simulated system, and mistakes end in one line and status 2.
+// As the host of libquillon.so it runs the browser through the library.
 #include <gtest/gtest.h>
 
 #include <algorithm>
@@ -17,8 +18,7 @@ struct Outcome {
     int status = -1;
 };
 
-Outcome quillon(const std::string& arguments) {
-    std::string command = std::string(QUILLON_EXECUTABLE) + " " + arguments + " 2>&1";
+Outcome runCommand(const std::string& command) {
     Outcome run;
     FILE* pipe = popen(command.c_str(), "r");
     if (!pipe) return run;
@@ -28,6 +28,10 @@ Outcome quillon(const std::string& arguments) {
     int raw = pclose(pipe);
     run.status = WIFEXITED(raw) ? WEXITSTATUS(raw) : -1;
     return run;
+}
+
+Outcome quillon(const std::string& arguments) {
+    return runCommand(std::string(QUILLON_EXECUTABLE) + " " + arguments + " 2>&1");
 }
 
 bool has(const std::string& text, const std::string& piece) { return text.find(piece) != std::string::npos; }
@@ -63,25 +67,29 @@ TEST(QuillonCommand, ReadsWritesAndRefusesClearly) {
 }
 
 #ifdef QUILLON_HAVE_GUI
-TEST(QuillonCommand, SavesTheBrowserWindowAsPng) {
-    // A home of its own keeps the window's saved settings out of the user's.
-    char home[] = "/tmp/quillon_screenshot_XXXXXX";
-    ASSERT_NE(mkdtemp(home), nullptr);
-    const std::string png = std::string(home) + "/window.png";
-    const std::string command = std::string("env -u DISPLAY -u WAYLAND_DISPLAY -u QT_QPA_PLATFORM HOME=") + home +
-                                " " + QUILLON_EXECUTABLE + " --screenshot " + png + " 2>/dev/null";
-    Outcome run;
-    FILE* pipe = popen(command.c_str(), "r");
-    ASSERT_NE(pipe, nullptr);
-    std::array<char, 4096> chunk;
-    size_t n;
-    while ((n = fread(chunk.data(), 1, chunk.size(), pipe)) > 0) run.out.append(chunk.data(), n);
-    const int raw = pclose(pipe);
-    ASSERT_TRUE(WIFEXITED(raw) && WEXITSTATUS(raw) == 0) << run.out;
-    EXPECT_EQ(run.out, "quillon: saved the browser window to " + png + "\n");
-    // Off screen without a display, and a PNG with content.
-    FILE* file = std::fopen(png.c_str(), "rb");
-    ASSERT_NE(file, nullptr);
+namespace {
+
+// A folder of its own per test: the window's saved settings stay out of the
+// user's (HOME), and its images land there.
+struct TempHome {
+    std::string path;
+    TempHome() {
+        char name[] = "/tmp/quillon_host_XXXXXX";
+        path = mkdtemp(name) ? name : "";
+    }
+    ~TempHome() {
+        if (!path.empty()) std::filesystem::remove_all(path);
+    }
+};
+
+// Standard output only; standard error carries Qt's platform notes.
+Outcome quillonWith(const std::string& environment, const std::string& arguments) {
+    return runCommand("env " + environment + " " + QUILLON_EXECUTABLE + " " + arguments + " 2>/dev/null");
+}
+
+void expectPng(const std::string& path) {
+    FILE* file = std::fopen(path.c_str(), "rb");
+    ASSERT_NE(file, nullptr) << path;
     std::array<unsigned char, 8> signature{};
     const size_t got = std::fread(signature.data(), 1, signature.size(), file);
     std::fseek(file, 0, SEEK_END);
@@ -90,6 +98,73 @@ TEST(QuillonCommand, SavesTheBrowserWindowAsPng) {
     EXPECT_EQ(got, signature.size());
     EXPECT_EQ(signature, (std::array<unsigned char, 8>{0x89, 'P', 'N', 'G', '\r', '\n', 0x1A, '\n'}));
     EXPECT_GT(size, 1000);
-    std::filesystem::remove_all(home);
+}
+
+// The name column of every row, one a line.
+std::string labels(const std::string& tree) {
+    std::string out;
+    size_t start = 0;
+    while (start < tree.size()) {
+        size_t end = tree.find('\n', start);
+        if (end == std::string::npos) end = tree.size();
+        const std::string line = tree.substr(start, end - start);
+        out += line.substr(0, line.find(" \t ")) + "\n";
+        start = end + 1;
+    }
+    return out;
+}
+
+const char kHeadless[] = "-u DISPLAY -u WAYLAND_DISPLAY -u QT_QPA_PLATFORM";
+// A display the window never reaches: Qt draws off screen.
+const char kDisplay[] = "DISPLAY=:quillon-test QT_QPA_PLATFORM=offscreen QUILLON_AUTOCLOSE_MS=200";
+
+} // namespace
+
+TEST(QuillonCommand, SavesTheBrowserWindowAsPng) {
+    TempHome home;
+    const std::string png = home.path + "/window.png";
+    Outcome run = quillonWith(std::string(kHeadless) + " HOME=" + home.path, "--screenshot " + png);
+    ASSERT_EQ(run.status, 0) << run.out;
+    EXPECT_EQ(run.out, "quillon: saved the browser window to " + png + "\n");
+    expectPng(png);
+}
+
+TEST(QuillonHost, WithoutDisplayPrintsTheTreeTheLibraryHandedBackAndSavesTheWindow) {
+    TempHome home;
+    const std::string png = home.path + "/browser.png";
+    Outcome run = quillonWith(std::string(kHeadless) + " HOME=" + home.path, "--image " + png);
+    ASSERT_EQ(run.status, 0) << run.out;
+    const std::string last = "quillon: saved the browser window to " + png + "\n";
+    ASSERT_GT(run.out.size(), last.size());
+    EXPECT_EQ(run.out.substr(run.out.size() - last.size()), last);
+    // The same rows as `quillon tree` (values that move with time aside),
+    // over the node maps the library loaded and handed back in the records.
+    Outcome tree = quillon("tree");
+    ASSERT_EQ(tree.status, 0);
+    EXPECT_EQ(labels(run.out.substr(0, run.out.size() - last.size())), labels(tree.out));
+    EXPECT_TRUE(has(run.out, "    Width \t 1280\n"));
+    expectPng(png);
+
+    // A description file as the host's own node map.
+    const std::string xmlPng = home.path + "/xml.png";
+    Outcome xml = quillonWith(std::string(kHeadless) + " HOME=" + home.path,
+                              "--xml " QUILLON_SOURCE_DIR "/data/QseqControl.xml --image " + xmlPng);
+    ASSERT_EQ(xml.status, 0) << xml.out;
+    Outcome xmlTree = quillon("tree --xml " QUILLON_SOURCE_DIR "/data/QseqControl.xml");
+    EXPECT_EQ(xml.out, xmlTree.out + "quillon: saved the browser window to " + xmlPng + "\n");
+}
+
+TEST(QuillonHost, RunsTheBrowserModallyOrModelessUntilItCloses) {
+    TempHome home;
+    const std::string environment = std::string(kDisplay) + " HOME=" + home.path;
+    for (const char* arguments : {"", "--modeless", "--xml " QUILLON_SOURCE_DIR "/data/QsysControl_sim.xml"}) {
+        Outcome run = quillonWith(environment, arguments);
+        EXPECT_EQ(run.status, 0) << arguments << ": " << run.out;
+        EXPECT_EQ(run.out, "") << arguments;
+    }
+    // The window saved its placement when it closed.
+    EXPECT_TRUE(std::filesystem::exists(home.path + "/.config/Torvex/Quillon.conf"));
+    EXPECT_EQ(quillonWith(environment + " QUILLON_LIBRARY=/nonexistent.so", "").status, 2);
+    EXPECT_EQ(quillonWith(environment, "--modeless --frobnicate").status, 2);
 }
 #endif
