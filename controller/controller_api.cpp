@@ -84,16 +84,14 @@ int64_t CreateController(int64_t system, int64_t index, ControllerDeviceDesc* re
     }
 }
 
-// Nothing thrown inside reaches the host: GenICam exceptions as the contract
-// says, and any other failure (an allocation, for one) because a C host has
-// no way to receive it.
+// GenICam exceptions end a create call with 0. Anything else (the length
+// error of an impossible record count, for one) is no device failure but a
+// broken caller: the entry points are noexcept, so it ends the process.
 template <class Body>
 int64_t AtBoundary(Body&& body) {
     try {
         return body();
     } catch (const GenICam::GenericException&) {
-        return kFailed;
-    } catch (...) {
         return kFailed;
     }
 }
@@ -114,7 +112,7 @@ int64_t CreateEntry(Body&& body) {
 extern "C" {
 
 int64_t VantorCreateGenicamControllerV2(int64_t system, int64_t index, ControllerDeviceDescV2* records, int64_t count,
-                                        int32_t mode, ControllerWindowHandle parent, int64_t* handle) {
+                                        int32_t mode, ControllerWindowHandle parent, int64_t* handle) noexcept {
     if (!records) count = 0;
     return CreateEntry([&](bool created) {
         std::vector<ControllerDeviceDesc> widened = WidenRecords(records, count);
@@ -127,7 +125,7 @@ int64_t VantorCreateGenicamControllerV2(int64_t system, int64_t index, Controlle
 }
 
 int64_t VantorCreateGenicamControllerV3(int64_t system, int64_t index, ControllerDeviceDesc* records, int64_t count,
-                                        int32_t mode, ControllerWindowHandle parent, int64_t* handle) {
+                                        int32_t mode, ControllerWindowHandle parent, int64_t* handle) noexcept {
     if (!records) count = 0;
     return CreateEntry([&](bool) {
         const int64_t result = CreateController(system, index, records, count, mode, parent, handle);
@@ -139,7 +137,7 @@ int64_t VantorCreateGenicamControllerV3(int64_t system, int64_t index, Controlle
 
 int64_t VantorCreateGenicamController(int64_t system, int32_t index, int64_t nodeMap, int32_t mode,
                                       ControllerWindowHandle parent, int64_t /*reserved1*/, int64_t /*reserved2*/,
-                                      int64_t* handle) {
+                                      int64_t* handle) noexcept {
     ControllerDeviceDescV2 record{};
     record.DescKind = CONTROLLER_DESC_HOST_NODE_MAP;
     record.NodeMap = reinterpret_cast<void*>(static_cast<intptr_t>(nodeMap));
@@ -147,19 +145,19 @@ int64_t VantorCreateGenicamController(int64_t system, int32_t index, int64_t nod
 }
 
 int64_t CreateGenicamController(int64_t system, int32_t index, int64_t nodeMap, int32_t mode,
-                                ControllerWindowHandle parent, int64_t* handle) {
+                                ControllerWindowHandle parent, int64_t* handle) noexcept {
     return VantorCreateGenicamController(system, index, nodeMap, mode, parent, 0, 0, handle);
 }
 
 // The same bodies, exported under a second name.
 int64_t CreateGenicamControllerV2(int64_t system, int64_t index, ControllerDeviceDescV2* records, int64_t count,
-                                  int32_t mode, ControllerWindowHandle parent, int64_t* handle)
+                                  int32_t mode, ControllerWindowHandle parent, int64_t* handle) noexcept
     __attribute__((alias("VantorCreateGenicamControllerV2")));
 int64_t CreateGenicamControllerV3(int64_t system, int64_t index, ControllerDeviceDesc* records, int64_t count,
-                                  int32_t mode, ControllerWindowHandle parent, int64_t* handle)
+                                  int32_t mode, ControllerWindowHandle parent, int64_t* handle) noexcept
     __attribute__((alias("VantorCreateGenicamControllerV3")));
 
-void DeleteGenicamController(int64_t handle, ControllerWindowHandle window) {
+void DeleteGenicamController(int64_t handle, ControllerWindowHandle window) noexcept {
     try {
         if (!ModuleApplication() || handle == 0) return;
         ControllerTable& table = TheControllerTable();
@@ -179,14 +177,14 @@ void DeleteGenicamController(int64_t handle, ControllerWindowHandle window) {
             dialog->close();
         }
         // The last reference here destroys the controller.
-    } catch (...) {
-        // Nothing reaches the host.
+    } catch (const GenICam::GenericException&) {
+        // A device failure while the window closes stays inside.
     }
 }
 
-void DeleteGenicamControllerV2(int64_t handle, ControllerWindowHandle window)
+void DeleteGenicamControllerV2(int64_t handle, ControllerWindowHandle window) noexcept
     __attribute__((alias("DeleteGenicamController")));
-void DeleteGenicamControllerV3(int64_t handle, ControllerWindowHandle window)
+void DeleteGenicamControllerV3(int64_t handle, ControllerWindowHandle window) noexcept
     __attribute__((alias("DeleteGenicamController")));
 
 } // extern "C"

@@ -21,7 +21,8 @@
  * All entry points run on the host's GUI thread (the one that owns, or will
  * own, the process's QApplication). A modeless window is served by that
  * thread's Qt (or GLib) event loop. Failures inside the browser never reach
- * the host: a create call that fails returns 0. */
+ * the host: a create call that fails returns 0. A call the library cannot
+ * even begin (a V2 record count too large to allocate) ends the process. */
 #ifndef QUILLON_H
 #define QUILLON_H
 
@@ -36,6 +37,14 @@ extern "C" {
 #define QUILLON_EXPORT __attribute__((visibility("default")))
 #else
 #define QUILLON_EXPORT
+#endif
+
+/* Seen from C++ the entry points throw nothing: GenICam failures become a 0
+ * result, and any other exception (a broken call) ends the process. */
+#ifdef __cplusplus
+#define QUILLON_NOTHROW noexcept
+#else
+#define QUILLON_NOTHROW
 #endif
 
 /* A window handle: QWidget::winId() of a window of this process, 0 for none. */
@@ -120,11 +129,11 @@ QUILLON_STATIC_ASSERT(offsetof(ControllerDeviceDescV2, Value2) == 48, "Value2");
 
 /* One view over a host node map (a kind-2 record without object). */
 QUILLON_EXPORT int64_t CreateGenicamController(int64_t system, int32_t index, int64_t nodeMap, int32_t mode,
-                                               ControllerWindowHandle parent, int64_t* handle);
+                                               ControllerWindowHandle parent, int64_t* handle) QUILLON_NOTHROW;
 /* As above; reserved1 and reserved2 are ignored. */
 QUILLON_EXPORT int64_t VantorCreateGenicamController(int64_t system, int32_t index, int64_t nodeMap, int32_t mode,
                                                      ControllerWindowHandle parent, int64_t reserved1,
-                                                     int64_t reserved2, int64_t* handle);
+                                                     int64_t reserved2, int64_t* handle) QUILLON_NOTHROW;
 
 /* Short records: each is widened to a full one (version 3, no title, no
  * further labels) and its first 56 bytes are copied back afterwards. The
@@ -132,27 +141,27 @@ QUILLON_EXPORT int64_t VantorCreateGenicamController(int64_t system, int32_t ind
  * returns, whatever the mode. */
 QUILLON_EXPORT int64_t CreateGenicamControllerV2(int64_t system, int64_t index, ControllerDeviceDescV2* records,
                                                  int64_t count, int32_t mode, ControllerWindowHandle parent,
-                                                 int64_t* handle);
+                                                 int64_t* handle) QUILLON_NOTHROW;
 QUILLON_EXPORT int64_t VantorCreateGenicamControllerV2(int64_t system, int64_t index, ControllerDeviceDescV2* records,
                                                        int64_t count, int32_t mode, ControllerWindowHandle parent,
-                                                       int64_t* handle);
+                                                       int64_t* handle) QUILLON_NOTHROW;
 
 /* Full records, used in place. The application object goes when a call ends
  * with no controller left. */
 QUILLON_EXPORT int64_t CreateGenicamControllerV3(int64_t system, int64_t index, ControllerDeviceDesc* records,
                                                  int64_t count, int32_t mode, ControllerWindowHandle parent,
-                                                 int64_t* handle);
+                                                 int64_t* handle) QUILLON_NOTHROW;
 QUILLON_EXPORT int64_t VantorCreateGenicamControllerV3(int64_t system, int64_t index, ControllerDeviceDesc* records,
                                                        int64_t count, int32_t mode, ControllerWindowHandle parent,
-                                                       int64_t* handle);
+                                                       int64_t* handle) QUILLON_NOTHROW;
 
 /* Ends a controller: its window is closed (or, when window is its handle and
  * the controller is not modal, removed without closing) and the controller
  * destroyed once nothing uses it. An unknown or zero handle, or a call while
  * no application object exists, does nothing. */
-QUILLON_EXPORT void DeleteGenicamController(int64_t controller, ControllerWindowHandle window);
-QUILLON_EXPORT void DeleteGenicamControllerV2(int64_t controller, ControllerWindowHandle window);
-QUILLON_EXPORT void DeleteGenicamControllerV3(int64_t controller, ControllerWindowHandle window);
+QUILLON_EXPORT void DeleteGenicamController(int64_t controller, ControllerWindowHandle window) QUILLON_NOTHROW;
+QUILLON_EXPORT void DeleteGenicamControllerV2(int64_t controller, ControllerWindowHandle window) QUILLON_NOTHROW;
+QUILLON_EXPORT void DeleteGenicamControllerV3(int64_t controller, ControllerWindowHandle window) QUILLON_NOTHROW;
 
 #ifdef __cplusplus
 }
