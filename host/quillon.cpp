@@ -8,7 +8,7 @@
 //   quillon get|set|exec [DEVICE] FEATURE [VALUE]
 //   quillon download|upload [DEVICE] FILE-ENTRY LOCAL-PATH
 //   quillon check FOLDER
-//   quillon --screenshot OUT.png [DEVICE]     (when built with the browser window)
+//   quillon --screenshot OUT.png [DEVICE] [--select FEATURE]   (when built with the browser window)
 //
 // DEVICE is nothing for the embedded simulated system (its system,
 // digitizer, sequence and camera, each a captioned node-map entry) or
@@ -42,6 +42,7 @@
 #include <QApplication>
 
 #include "browser/tessel_window.h"
+#include "controls/column_tree_widget.h"
 #endif
 
 using namespace GenApi;
@@ -294,8 +295,9 @@ int check(const std::string& folder) {
 }
 
 #ifdef QUILLON_HAVE_GUI
-// Opens the browser window on the device and saves its image.
-int screenshot(Device& device, const std::string& path) {
+// Opens the browser window on the device, selects `feature` (when given) so
+// that its property text and in-place editor show, and saves the image.
+int screenshot(Device& device, const std::string& path, const std::string& feature) {
     // Without a display the window is drawn off screen.
     if (!std::getenv("DISPLAY") && !std::getenv("WAYLAND_DISPLAY")) setenv("QT_QPA_PLATFORM", "offscreen", 0);
     int argc = 1;
@@ -303,6 +305,14 @@ int screenshot(Device& device, const std::string& path) {
     char* argv[] = {name, nullptr};
     QApplication app(argc, argv);
     browser::CTessel window(browser::BrowserSetup{device.entries(), 0, {}, false});
+    if (!feature.empty()) {
+        browser::TreeItem item = browser::kTopLevel;
+        for (const browser::FeatureRow& row : window.session().model().featureRows())
+            if (row.node && row.treeItem && row.node->GetName() == feature.c_str()) item = row.treeItem;
+        if (!item) throw UsageError("no row shows a feature named '" + feature + "'");
+        window.show();
+        window.tree().SelectItem(item);
+    }
     if (!browser::SaveWindowImage(window, QString::fromStdString(path)))
         throw UsageError("could not save the window image to '" + path + "'");
     std::printf("quillon: saved the browser window to %s\n", path.c_str());
@@ -323,7 +333,7 @@ const char kUsage[] =
     "       quillon download|upload [DEVICE] FILE-ENTRY LOCAL-PATH\n"
     "       quillon check FOLDER\n"
 #ifdef QUILLON_HAVE_GUI
-    "       quillon --screenshot OUT.png [DEVICE]\n"
+    "       quillon --screenshot OUT.png [DEVICE] [--select FEATURE]\n"
 #endif
     "DEVICE: nothing for the embedded simulated system, or --xml FILE\n";
 
@@ -348,11 +358,12 @@ int run(std::vector<std::string> args) {
         if (args.size() != 1) throw UsageError(kUsage);
         return check(args[0]);
     }
-    std::string xml, level = "guru";
+    std::string xml, level = "guru", select;
     std::vector<std::string> positional;
     for (size_t i = 0; i < args.size(); ++i) {
         if (args[i] == "--xml" && i + 1 < args.size()) xml = args[++i];
         else if (args[i] == "--level" && i + 1 < args.size()) level = args[++i];
+        else if (args[i] == "--select" && i + 1 < args.size()) select = args[++i];
         else positional.push_back(args[i]);
     }
     auto need = [&](size_t n) {
@@ -362,7 +373,7 @@ int run(std::vector<std::string> args) {
     if (!xml.empty()) device = std::make_unique<XmlDevice>(xml);
     else device = std::make_unique<SimulatedSystem>();
 #ifdef QUILLON_HAVE_GUI
-    if (command == "--screenshot") return need(1), screenshot(*device, positional[0]);
+    if (command == "--screenshot") return need(1), screenshot(*device, positional[0], select);
 #endif
     if (command == "tree") return need(0), tree(*device, parseLevel(level));
     if (command == "props") return need(1), props(*device, positional[0]);

@@ -127,6 +127,12 @@ TEST(QuillonCommand, SavesTheBrowserWindowAsPng) {
     ASSERT_EQ(run.status, 0) << run.out;
     EXPECT_EQ(run.out, "quillon: saved the browser window to " + png + "\n");
     expectPng(png);
+    // A selected feature shows with its editor; an unknown one is refused.
+    run = quillonWith(std::string(kHeadless) + " HOME=" + home.path, "--screenshot " + png + " --select Width");
+    EXPECT_EQ(run.status, 0) << run.out;
+    run = quillonWith(std::string(kHeadless) + " HOME=" + home.path, "--screenshot " + png + " --select Nope");
+    EXPECT_EQ(run.status, 2); // the reason goes to stderr
+    EXPECT_EQ(run.out, "");
 }
 
 TEST(QuillonHost, WithoutDisplayPrintsTheTreeTheLibraryHandedBackAndSavesTheWindow) {
