@@ -43,7 +43,8 @@ void BM_RewriteEveryRowGuru(benchmark::State& state) {
     TextTree tree;
     FeatureTreeModel model(tree, nullptr);
     model.Build({entry}, kGuru);
-    for (auto _ : state) model.RewriteAll();
+    for (auto _ : state)
+        model.RewriteAll();
     state.counters["rows"] = static_cast<double>(tree.size());
 }
 BENCHMARK(BM_RewriteEveryRowGuru)->Unit(benchmark::kMillisecond);
@@ -56,20 +57,23 @@ void BM_PropertyTextAndSnippetPerFeature(benchmark::State& state) {
     device.map._GetNodes(nodes);
     std::vector<GenApi::INode*> features;
     for (GenApi::INode* n : nodes)
-        if (n->IsFeature() && n->GetPrincipalInterfaceType() != GenApi::intfICategory) features.push_back(n);
+        if (n->IsFeature() && n->GetPrincipalInterfaceType() != GenApi::intfICategory)
+            features.push_back(n);
     for (auto _ : state) {
         for (GenApi::INode* n : features) {
             std::string name(n->GetName());
-            std::string typed = quillon::inspect::FeaturePropertyText(n, name, ReadPropertyFlags(n));
+            std::string typed =
+                quillon::inspect::FeaturePropertyText(n, name, ReadPropertyFlags(n));
             auto snippets = quillon::inspect::GenerateSnippets(
                 n, quillon::inspect::MakeSnippetRequest(n, Q_DIGITIZER_OBJECT));
-            benchmark::DoNotOptimize(quillon::inspect::PropertyBoxText(typed, snippets.ShownPieces()));
+            benchmark::DoNotOptimize(
+                quillon::inspect::PropertyBoxText(typed, snippets.ShownPieces()));
         }
     }
     state.counters["features"] = static_cast<double>(features.size());
-    state.counters["time_per_feature"] = benchmark::Counter(static_cast<double>(features.size()),
-                                                            benchmark::Counter::kIsIterationInvariantRate |
-                                                                benchmark::Counter::kInvert);
+    state.counters["time_per_feature"] = benchmark::Counter(
+        static_cast<double>(features.size()),
+        benchmark::Counter::kIsIterationInvariantRate | benchmark::Counter::kInvert);
 }
 BENCHMARK(BM_PropertyTextAndSnippetPerFeature)->Unit(benchmark::kMillisecond);
 

@@ -74,9 +74,11 @@ std::pair<double, size_t> OpenToFirstPaint(const quillon_bench::LoadedDescriptio
     window.show();
     // A paint event is counted before it is handled; processEvents returns
     // only after it has been handled.
-    while (counter.paints == 0) QApplication::processEvents();
+    while (counter.paints == 0)
+        QApplication::processEvents();
     const double seconds = std::chrono::duration<double>(Clock::now() - start).count();
-    return {seconds, window.session().model().featureRows().size() + window.session().model().categoryRows().size()};
+    return {seconds, window.session().model().featureRows().size() +
+                         window.session().model().categoryRows().size()};
 }
 
 // "first": the process's first window only (fonts, style and the platform's
@@ -111,7 +113,9 @@ BENCHMARK(BM_WindowOpenToFirstPaint)
 double ProcessCpuSeconds() {
     rusage usage{};
     getrusage(RUSAGE_SELF, &usage);
-    auto seconds = [](const timeval& t) { return static_cast<double>(t.tv_sec) + static_cast<double>(t.tv_usec) / 1e6; };
+    auto seconds = [](const timeval& t) {
+        return static_cast<double>(t.tv_sec) + static_cast<double>(t.tv_usec) / 1e6;
+    };
     return seconds(usage.ru_utime) + seconds(usage.ru_stime);
 }
 
@@ -144,7 +148,11 @@ void BM_IdleWithPollingCpu(benchmark::State& state) {
     state.counters["cpu_percent"] = cpuPercent;
     state.counters["device_reads"] = static_cast<double>(reads); // none would mean nothing polled
 }
-BENCHMARK(BM_IdleWithPollingCpu)->Arg(3000)->Iterations(1)->UseManualTime()->Unit(benchmark::kMillisecond);
+BENCHMARK(BM_IdleWithPollingCpu)
+    ->Arg(3000)
+    ->Iterations(1)
+    ->UseManualTime()
+    ->Unit(benchmark::kMillisecond);
 
 } // namespace
 

@@ -39,8 +39,8 @@ EditorPlan IntegerPlan(const FeatureRow& row) {
     plan.increment = std::max<int64_t>(1, integer->GetInc());
     // The step count in unsigned arithmetic: the span of a full 64-bit range overflows.
     const uint64_t span = static_cast<uint64_t>(plan.maximum) - static_cast<uint64_t>(plan.minimum);
-    plan.slider = plan.maximum > plan.minimum &&
-                  span / static_cast<uint64_t>(plan.increment) <= static_cast<uint64_t>(kMaxSliderSteps);
+    plan.slider = plan.maximum > plan.minimum && span / static_cast<uint64_t>(plan.increment) <=
+                                                     static_cast<uint64_t>(kMaxSliderSteps);
     return plan;
 }
 
@@ -91,7 +91,8 @@ EditorPlan PlanEditor(const FeatureRow& row) {
     case GenApi::intfIRegister:
         if (GenApi::IsReadable(mode)) plan.kind = EditorKind::Register;
         break;
-    default: break;
+    default:
+        break;
     }
     return plan;
 }
@@ -104,8 +105,10 @@ int SliderPosition(const EditorPlan& plan, int64_t value) {
 }
 
 int64_t SliderValue(const EditorPlan& plan, int position) {
-    const uint64_t offset = static_cast<uint64_t>(std::max(position, 0)) * static_cast<uint64_t>(plan.increment);
-    return std::min(static_cast<int64_t>(static_cast<uint64_t>(plan.minimum) + offset), plan.maximum);
+    const uint64_t offset =
+        static_cast<uint64_t>(std::max(position, 0)) * static_cast<uint64_t>(plan.increment);
+    return std::min(static_cast<int64_t>(static_cast<uint64_t>(plan.minimum) + offset),
+                    plan.maximum);
 }
 
 std::string ToggleBoolean(const FeatureRow& row) {

@@ -13,13 +13,13 @@
 namespace quillon::browser {
 
 enum class EditorKind {
-    None,         // categories, read-only or unavailable features, everything else
-    Edit,         // floats, strings, and integers shown as hex, IPv4 or MAC text
-    Integer,      // a spin box over [minimum, maximum] by the increment
-    Combo,        // the enumeration's available entries
-    Check,        // a boolean: the tree's check icon toggles it
-    Command,      // the "Execute()" button
-    Register,     // the button that opens the register in the memory viewer
+    None,     // categories, read-only or unavailable features, everything else
+    Edit,     // floats, strings, and integers shown as hex, IPv4 or MAC text
+    Integer,  // a spin box over [minimum, maximum] by the increment
+    Combo,    // the enumeration's available entries
+    Check,    // a boolean: the tree's check icon toggles it
+    Command,  // the "Execute()" button
+    Register, // the button that opens the register in the memory viewer
 };
 
 // An integer range gets a slider when it has at most this many steps.
@@ -27,13 +27,13 @@ inline constexpr int64_t kMaxSliderSteps = 100000;
 
 struct EditorPlan {
     EditorKind kind = EditorKind::None;
-    std::string text;                  // Edit and Integer: the current value as the row shows it
-    int64_t value = 0;                 // Integer: current value
+    std::string text;  // Edit and Integer: the current value as the row shows it
+    int64_t value = 0; // Integer: current value
     int64_t minimum = 0, maximum = 0, increment = 1; // Integer
-    bool slider = false;               // Integer: the range suits a slider
-    std::vector<std::string> choices;  // Combo: symbolic names of the available entries
-    int current = -1;                  // Combo: index of the current entry, -1 when none
-    bool checked = false;              // Check
+    bool slider = false;                             // Integer: the range suits a slider
+    std::vector<std::string> choices; // Combo: symbolic names of the available entries
+    int current = -1;                 // Combo: index of the current entry, -1 when none
+    bool checked = false;             // Check
 };
 
 // The editor for a row. Reads the node (verified values are not needed: the

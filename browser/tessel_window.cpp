@@ -7,11 +7,11 @@
 #include <QHBoxLayout>
 #include <QKeyEvent>
 #include <QLabel>
-#include <QPixmap>
 #include <QMouseEvent>
 #include <QPainter>
-#include <QShowEvent>
+#include <QPixmap>
 #include <QPushButton>
+#include <QShowEvent>
 #include <QSlider>
 #include <QVBoxLayout>
 
@@ -21,11 +21,11 @@
 #include "controls/entry_controls_widget.h"
 #include "controls/imaging_edit_widget.h"
 #include "inspect/command_execution.h"
-#include "inspect/value_commit.h"
 #include "inspect/file_access_window.h"
 #include "inspect/find_window.h"
 #include "inspect/property_text.h"
 #include "inspect/snippet_generator.h"
+#include "inspect/value_commit.h"
 #include "memview/memory_viewer.h"
 #include "qorvis.h"
 
@@ -33,7 +33,9 @@ namespace quillon::browser {
 
 namespace {
 
-QString ToQString(const std::string& text) { return QString::fromStdString(text); }
+QString ToQString(const std::string& text) {
+    return QString::fromStdString(text);
+}
 
 // A magnifier for the find button, 16 x 16.
 QIcon FindIcon() {
@@ -49,9 +51,11 @@ QIcon FindIcon() {
 
 } // namespace
 
-QtSettingsStore::QtSettingsStore() : settings_(QStringLiteral("Torvex"), QStringLiteral("Quillon")) {}
+QtSettingsStore::QtSettingsStore()
+    : settings_(QStringLiteral("Torvex"), QStringLiteral("Quillon")) {}
 
-std::optional<int32_t> QtSettingsStore::Read(const std::string& key, const std::string& name) const {
+std::optional<int32_t> QtSettingsStore::Read(const std::string& key,
+                                             const std::string& name) const {
     const QVariant value = settings_.value(ToQString(key + "/" + name));
     bool ok = false;
     const int number = value.toInt(&ok);
@@ -105,7 +109,9 @@ CTessel::CTessel(BrowserSetup setup, SettingsStore* store, QWidget* parent) : QD
     controls::ColumnTreeWidget::RowQueries queries;
     queries.writable = [this](TreeItem item) { return Writable(item); };
     queries.boolean = [this](TreeItem item) { return BooleanValue(item); };
-    queries.valueCovered = [this](TreeItem item) { return item == editing_ && plan_.kind != EditorKind::None; };
+    queries.valueCovered = [this](TreeItem item) {
+        return item == editing_ && plan_.kind != EditorKind::None;
+    };
     queries.toolTip = [this](TreeItem item, controls::ToolTipArea area) {
         return RowToolTip(item, static_cast<int>(area));
     };
@@ -146,10 +152,11 @@ CTessel::CTessel(BrowserSetup setup, SettingsStore* store, QWidget* parent) : QD
 
     findWindow_ = new inspect::FindWindow(this);
     findWindow_->setWindowFlag(Qt::Tool);
-    connect(findWindow_, &inspect::FindWindow::ItemChosen, this, [this](inspect::TreeItemHandle item) {
-        // The finder hands back the tree's own handles.
-        tree_->SelectItem(const_cast<TreeItem>(item));
-    });
+    connect(findWindow_, &inspect::FindWindow::ItemChosen, this,
+            [this](inspect::TreeItemHandle item) {
+                // The finder hands back the tree's own handles.
+                tree_->SelectItem(const_cast<TreeItem>(item));
+            });
     connect(findButton_, &QPushButton::clicked, this, [this] { ShowFindDialog(); });
 
     for (const NodeMapEntry& entry : setup.entries) {
@@ -158,13 +165,15 @@ CTessel::CTessel(BrowserSetup setup, SettingsStore* store, QWidget* parent) : QD
         polling_.push_back(std::move(polling));
     }
     session_ = std::make_unique<BrowserSession>(std::move(setup), *tree_, *timer_, *store);
-    for (auto& polling : polling_) session_->AddPolling(*polling);
+    for (auto& polling : polling_)
+        session_->AddPolling(*polling);
 
     connect(levelCombo_, &QComboBox::currentIndexChanged, this, [this](int index) {
         if (index >= 0 && index < static_cast<int>(kLevelChoices.size()))
             ChangeLevel(kLevelChoices[static_cast<size_t>(index)].level);
     });
-    connect(pollingCheck_, &QCheckBox::toggled, this, [this](bool on) { session_->SetPolling(on); });
+    connect(pollingCheck_, &QCheckBox::toggled, this,
+            [this](bool on) { session_->SetPolling(on); });
     connect(tree_, &controls::ColumnTreeWidget::SelectionChanged, this, [this] {
         ShowProperties();
         ShowEditor();
@@ -180,7 +189,8 @@ CTessel::~CTessel() {
     // A transfer must end before the node maps it uses can go.
     delete fileAccess_;
     // No poll pass may call into the rows while they are released.
-    for (auto& polling : polling_) polling->Stop();
+    for (auto& polling : polling_)
+        polling->Stop();
     session_->Destroy();
     session_.reset();
 }
@@ -199,9 +209,15 @@ void CTessel::FillLevelCombo(int level) {
     }
 }
 
-QComboBox& CTessel::levelCombo() { return *levelCombo_; }
-QPushButton& CTessel::findButton() { return *findButton_; }
-QPushButton& CTessel::closeButton() { return *closeButton_; }
+QComboBox& CTessel::levelCombo() {
+    return *levelCombo_;
+}
+QPushButton& CTessel::findButton() {
+    return *findButton_;
+}
+QPushButton& CTessel::closeButton() {
+    return *closeButton_;
+}
 
 void CTessel::MakeEditors() {
     QWidget* cells = tree_->viewport();
@@ -224,12 +240,14 @@ void CTessel::MakeEditors() {
     editors_.slider = new QSlider(Qt::Horizontal, cells);
     editors_.slider->setTracking(false); // one write when the handle is let go
     connect(editors_.slider, &QSlider::valueChanged, this, [this](int position) {
-        if (plan_.kind == EditorKind::Integer && plan_.slider && position != SliderPosition(plan_, plan_.value))
+        if (plan_.kind == EditorKind::Integer && plan_.slider &&
+            position != SliderPosition(plan_, plan_.value))
             CommitText(std::to_string(SliderValue(plan_, position)));
     });
     editors_.combo = new controls::CMyComboBox(cells);
     connect(editors_.combo, &QComboBox::activated, this, [this](int index) {
-        if (index >= 0 && static_cast<size_t>(index) < plan_.choices.size() && index != plan_.current)
+        if (index >= 0 && static_cast<size_t>(index) < plan_.choices.size() &&
+            index != plan_.current)
             CommitText(plan_.choices[static_cast<size_t>(index)]);
     });
     editors_.check = new controls::CCustomButton(cells);
@@ -242,8 +260,9 @@ void CTessel::MakeEditors() {
 }
 
 void CTessel::HideEditors() {
-    for (QWidget* editor : std::initializer_list<QWidget*>{editors_.edit, editors_.spin, editors_.slider, editors_.combo,
-                                                           editors_.check, editors_.execute, editors_.registerEdit})
+    for (QWidget* editor : std::initializer_list<QWidget*>{
+             editors_.edit, editors_.spin, editors_.slider, editors_.combo, editors_.check,
+             editors_.execute, editors_.registerEdit})
         if (editor) editor->hide();
     editing_ = kTopLevel;
     plan_ = EditorPlan{};
@@ -264,7 +283,9 @@ void CTessel::ShowEditor() {
     if (plan_.kind == EditorKind::None) return;
     editing_ = row->treeItem;
     switch (plan_.kind) {
-    case EditorKind::Edit: editors_.edit->SetText(plan_.text, false); break;
+    case EditorKind::Edit:
+        editors_.edit->SetText(plan_.text, false);
+        break;
     case EditorKind::Integer: {
         editors_.spin->SetRange(plan_.minimum, plan_.maximum, plan_.increment);
         editors_.spin->SetValue(plan_.value);
@@ -279,12 +300,16 @@ void CTessel::ShowEditor() {
     case EditorKind::Combo: {
         const QSignalBlocker block(editors_.combo);
         editors_.combo->clear();
-        for (const std::string& choice : plan_.choices) editors_.combo->addItem(ToQString(choice));
+        for (const std::string& choice : plan_.choices)
+            editors_.combo->addItem(ToQString(choice));
         editors_.combo->setCurrentIndex(plan_.current);
         break;
     }
-    case EditorKind::Check: editors_.check->SetValue(plan_.checked ? 1 : 0); break;
-    default: break;
+    case EditorKind::Check:
+        editors_.check->SetValue(plan_.checked ? 1 : 0);
+        break;
+    default:
+        break;
     }
     PlaceEditors();
 }
@@ -301,29 +326,36 @@ void CTessel::PlaceEditors() {
         editor->show();
     };
     switch (plan_.kind) {
-    case EditorKind::Edit: place(editors_.edit, cell); break;
+    case EditorKind::Edit:
+        place(editors_.edit, cell);
+        break;
     case EditorKind::Integer:
         if (plan_.slider) {
             const int spinWidth = std::min(cell.width() / 2, 140);
             place(editors_.spin, QRect(cell.left(), cell.top(), spinWidth, cell.height()));
-            place(editors_.slider, QRect(cell.left() + spinWidth + 4, cell.top(), cell.width() - spinWidth - 4,
-                                         cell.height()));
+            place(editors_.slider, QRect(cell.left() + spinWidth + 4, cell.top(),
+                                         cell.width() - spinWidth - 4, cell.height()));
         } else {
             place(editors_.spin, cell);
         }
         break;
-    case EditorKind::Combo: place(editors_.combo, cell); break;
+    case EditorKind::Combo:
+        place(editors_.combo, cell);
+        break;
     case EditorKind::Check:
-        place(editors_.check, QRect(cell.left() + controls::kValueIndent, cell.top() + (cell.height() - 16) / 2 - 1,
-                                    18, 18));
+        place(editors_.check, QRect(cell.left() + controls::kValueIndent,
+                                    cell.top() + (cell.height() - 16) / 2 - 1, 18, 18));
         break;
     case EditorKind::Command:
-        place(editors_.execute, QRect(cell.left(), cell.top(), std::min(cell.width(), 100), cell.height()));
+        place(editors_.execute,
+              QRect(cell.left(), cell.top(), std::min(cell.width(), 100), cell.height()));
         break;
     case EditorKind::Register:
-        place(editors_.registerEdit, QRect(cell.left(), cell.top(), std::min(cell.width(), 40), cell.height()));
+        place(editors_.registerEdit,
+              QRect(cell.left(), cell.top(), std::min(cell.width(), 40), cell.height()));
         break;
-    case EditorKind::None: break;
+    case EditorKind::None:
+        break;
     }
 }
 
@@ -333,8 +365,8 @@ void CTessel::CommitText(const std::string& text) {
     if (!row || !row->node) return;
     const ErrorPrintingOff quiet;
     try {
-        const inspect::CommitResult result = inspect::CommitValue(row->node, row->node->GetName().c_str(), text,
-                                                                  row->context);
+        const inspect::CommitResult result =
+            inspect::CommitValue(row->node, row->node->GetName().c_str(), text, row->context);
         if (!result.written) ShowError(result.message);
     } catch (const GenICam::GenericException& e) {
         ShowError(e.GetDescription());
@@ -383,7 +415,9 @@ void CTessel::UpdateControls() {
     tree_->viewport()->update();
 }
 
-void CTessel::SetTitle(const std::string& title) { setWindowTitle(ToQString(title)); }
+void CTessel::SetTitle(const std::string& title) {
+    setWindowTitle(ToQString(title));
+}
 
 void CTessel::SetToolTips() {
     toolTip_->AddTool(editors_.execute, QString::fromUtf8(kCommandButtonTip));
@@ -391,8 +425,8 @@ void CTessel::SetToolTips() {
     toolTip_->AddTool(pollingCheck_, QString::fromUtf8(kPollingTip));
     toolTip_->AddTool(levelCombo_, QString::fromUtf8(kLevelTip));
     toolTip_->AddTool(findButton_, QString::fromUtf8(kFindTip));
-    for (QWidget* editor : std::initializer_list<QWidget*>{editors_.edit, editors_.spin, editors_.slider,
-                                                           editors_.combo, editors_.check})
+    for (QWidget* editor : std::initializer_list<QWidget*>{
+             editors_.edit, editors_.spin, editors_.slider, editors_.combo, editors_.check})
         toolTip_->AddTool(editor, QString());
     toolTip_->Activate(true);
 }
@@ -403,16 +437,21 @@ void CTessel::ShowError(const std::string& text) {
     errorBox_->show();
 }
 
-bool CTessel::IsDialogVisible() const { return isVisible(); }
+bool CTessel::IsDialogVisible() const {
+    return isVisible();
+}
 
 void CTessel::ShowFindDialog() {
     auto rows = [](const std::deque<FeatureRow>& from) {
         std::vector<inspect::FindRow> out;
         for (const FeatureRow& r : from)
-            if (r.treeItem) out.push_back({r.label, r.node ? std::string(r.node->GetName()) : r.label, r.treeItem});
+            if (r.treeItem)
+                out.push_back(
+                    {r.label, r.node ? std::string(r.node->GetName()) : r.label, r.treeItem});
         return out;
     };
-    findWindow_->Fill(rows(session_->model().featureRows()), rows(session_->model().categoryRows()), session_->title());
+    findWindow_->Fill(rows(session_->model().featureRows()), rows(session_->model().categoryRows()),
+                      session_->title());
     findWindow_->show();
     findWindow_->raise();
     findWindow_->activateWindow();
@@ -422,7 +461,9 @@ void CTessel::HideFindDialog() {
     if (findWindow_) findWindow_->hide();
 }
 
-inspect::FileAccessWindow* CTessel::fileAccessWindow() const { return fileAccess_; }
+inspect::FileAccessWindow* CTessel::fileAccessWindow() const {
+    return fileAccess_;
+}
 
 bool CTessel::OpenFileAccess(TreeItem item) {
     const FeatureRow* row = session_->model().RowForItem(item);
@@ -451,7 +492,9 @@ void CTessel::MoveWindow(int32_t x, int32_t y, int32_t width, int32_t height) {
     resize(width, height);
 }
 
-void CTessel::ResizeWindow(int32_t width, int32_t height) { resize(width, height); }
+void CTessel::ResizeWindow(int32_t width, int32_t height) {
+    resize(width, height);
+}
 
 int32_t CTessel::TreeClientWidth() const {
     // Lay the children out for the new size before the tree is measured; a
@@ -460,7 +503,9 @@ int32_t CTessel::TreeClientWidth() const {
     return tree_->width() - 2 * tree_->frameWidth();
 }
 
-void CTessel::SetColumnWidths(int32_t name, int32_t value) { tree_->SetColumnWidths(name, value); }
+void CTessel::SetColumnWidths(int32_t name, int32_t value) {
+    tree_->SetColumnWidths(name, value);
+}
 
 int CTessel::SelectedLevel() const {
     const int index = levelCombo_->currentIndex();
@@ -481,15 +526,18 @@ void CTessel::ChangeLevel(int level) {
 
 bool CTessel::ForwardKey(QKeyEvent* event) {
     Key key = Key::Other;
-    if (event->key() == Qt::Key_F5) key = Key::F5;
-    else if (event->key() == Qt::Key_F) key = Key::F;
+    if (event->key() == Qt::Key_F5)
+        key = Key::F5;
+    else if (event->key() == Qt::Key_F)
+        key = Key::F;
     if (key == Key::Other) return false;
     const bool ctrl = event->modifiers().testFlag(Qt::ControlModifier);
     return session_->OnKeyDown(key, ctrl, tree_->VisibleItemsFromFirst());
 }
 
 bool CTessel::eventFilter(QObject* watched, QEvent* event) {
-    if (watched == tree_ && event->type() == QEvent::KeyPress && ForwardKey(static_cast<QKeyEvent*>(event)))
+    if (watched == tree_ && event->type() == QEvent::KeyPress &&
+        ForwardKey(static_cast<QKeyEvent*>(event)))
         return true;
     if (watched == tree_->viewport() && event->type() == QEvent::MouseButtonDblClick &&
         OpenFileAccess(tree_->ItemAt(static_cast<QMouseEvent*>(event)->position().toPoint())))
@@ -532,15 +580,18 @@ std::optional<std::string> CTessel::RowToolTip(TreeItem item, int area) {
     if (!row || !row->node) return std::nullopt;
     try {
         const auto where = static_cast<controls::ToolTipArea>(area);
-        const bool isEnumeration = row->node->GetPrincipalInterfaceType() == GenApi::intfIEnumeration;
+        const bool isEnumeration =
+            row->node->GetPrincipalInterfaceType() == GenApi::intfIEnumeration;
         std::optional<std::string> entryTip;
         if (isEnumeration && where == controls::ToolTipArea::Value) {
             entryTip = std::string();
             if (GenApi::IsReadable(row->node->GetAccessMode()))
-                if (GenApi::IEnumEntry* current = GenApi::CEnumerationPtr(row->node)->GetCurrentEntry())
+                if (GenApi::IEnumEntry* current =
+                        GenApi::CEnumerationPtr(row->node)->GetCurrentEntry())
                     entryTip = current->GetNode()->GetToolTip().c_str();
         }
-        return controls::ToolTipText(where, isEnumeration, entryTip, row->node->GetToolTip().c_str());
+        return controls::ToolTipText(where, isEnumeration, entryTip,
+                                     row->node->GetToolTip().c_str());
     } catch (const GenICam::GenericException&) {
         return std::string();
     }
@@ -558,7 +609,8 @@ bool CTessel::Writable(TreeItem item) {
 }
 
 void CTessel::ShowProperties() {
-    const FeatureRow* row = session_ ? session_->model().RowForItem(tree_->SelectedItem()) : nullptr;
+    const FeatureRow* row =
+        session_ ? session_->model().RowForItem(tree_->SelectedItem()) : nullptr;
     if (!row || !row->node) {
         propertyBox_->SetText({}, false);
         return;
@@ -577,9 +629,11 @@ void CTessel::ShowProperties() {
     }
 }
 
-GenicamControllerChild::GenicamControllerChild(QWidget* parent) : GenicamControllerChild(BrowserSetup{}, parent) {}
+GenicamControllerChild::GenicamControllerChild(QWidget* parent)
+    : GenicamControllerChild(BrowserSetup{}, parent) {}
 
-GenicamControllerChild::GenicamControllerChild(BrowserSetup setup, QWidget* parent, SettingsStore* store)
+GenicamControllerChild::GenicamControllerChild(BrowserSetup setup, QWidget* parent,
+                                               SettingsStore* store)
     : CTessel(std::move(setup), store, parent) {
     // A child inside the host's own window, which the host closes.
     setWindowFlags(Qt::Widget);
@@ -596,7 +650,8 @@ void GenicamControllerChild::showEvent(QShowEvent* event) {
 bool SaveWindowImage(QWidget& window, const QString& path) {
     window.show();
     // Let the window lay out and paint before it is grabbed.
-    for (int i = 0; i < 3; ++i) QApplication::processEvents();
+    for (int i = 0; i < 3; ++i)
+        QApplication::processEvents();
     const QPixmap image = window.grab();
     return !image.isNull() && image.save(path, "PNG");
 }

@@ -32,11 +32,11 @@ class CCustomButton;
 class CMyButton;
 class CMyToolTip;
 class Int64SpinBox;
-}
+} // namespace quillon::controls
 namespace quillon::inspect {
 class FindWindow;
 class FileAccessWindow;
-}
+} // namespace quillon::inspect
 
 namespace quillon::browser {
 
@@ -71,12 +71,12 @@ inline constexpr const char* kErrorTextId = "1014";
 
 // The in-place editors over the value column of the selected row.
 struct InPlaceEditors {
-    controls::CImagingEdit* edit = nullptr;  // floats, strings, address-like integers
-    controls::Int64SpinBox* spin = nullptr;  // integers
-    QSlider* slider = nullptr;               // integers whose range suits one
-    controls::CMyComboBox* combo = nullptr;  // enumerations
-    controls::CCustomButton* check = nullptr; // booleans
-    controls::CMyButton* execute = nullptr;  // commands: "Execute()"
+    controls::CImagingEdit* edit = nullptr;      // floats, strings, address-like integers
+    controls::Int64SpinBox* spin = nullptr;      // integers
+    QSlider* slider = nullptr;                   // integers whose range suits one
+    controls::CMyComboBox* combo = nullptr;      // enumerations
+    controls::CCustomButton* check = nullptr;    // booleans
+    controls::CMyButton* execute = nullptr;      // commands: "Execute()"
     controls::CMyButton* registerEdit = nullptr; // registers: opens the memory viewer
 };
 
@@ -149,8 +149,8 @@ private:
     std::optional<bool> BooleanValue(TreeItem item);
     std::optional<std::string> RowToolTip(TreeItem item, int area);
     void MakeEditors();
-    void ShowEditor();    // for the selected row
-    void PlaceEditors();  // over the selected row's value cell
+    void ShowEditor();   // for the selected row
+    void PlaceEditors(); // over the selected row's value cell
     void AfterWrite(FeatureRow& row);
     void ToggleBooleanOf(TreeItem item);
     void RunActionButton();

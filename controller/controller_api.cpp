@@ -50,8 +50,9 @@ void ArmAutoClose(quillon::browser::CTessel& dialog) {
 }
 
 // Makes the controller, enters it in the table and runs it by mode.
-int64_t CreateController(int64_t system, int64_t index, ControllerDeviceDesc* records, int64_t count, int32_t mode,
-                         ControllerWindowHandle parent, int64_t* handle) {
+int64_t CreateController(int64_t system, int64_t index, ControllerDeviceDesc* records,
+                         int64_t count, int32_t mode, ControllerWindowHandle parent,
+                         int64_t* handle) {
     auto controller = std::make_shared<GenicamController>(system, index, records, count);
     GenicamController* key = controller.get();
     ControllerTable& table = TheControllerTable();
@@ -80,15 +81,15 @@ int64_t CreateController(int64_t system, int64_t index, ControllerDeviceDesc* re
         if (parentWidget) dialog->setParent(parentWidget, dialog->windowFlags());
         dialog->show();
         return static_cast<int64_t>(dialog->winId());
-    default: return 0;
+    default:
+        return 0;
     }
 }
 
 // GenICam exceptions end a create call with 0. Anything else (the length
 // error of an impossible record count, for one) is no device failure but a
 // broken caller: the entry points are noexcept, so it ends the process.
-template <class Body>
-int64_t AtBoundary(Body&& body) {
+template <class Body> int64_t AtBoundary(Body&& body) {
     try {
         return body();
     } catch (const GenICam::GenericException&) {
@@ -98,8 +99,7 @@ int64_t AtBoundary(Body&& body) {
 
 // A create entry: `body(created)` runs once the application object exists,
 // `created` telling whether this call made it.
-template <class Body>
-int64_t CreateEntry(Body&& body) {
+template <class Body> int64_t CreateEntry(Body&& body) {
     return AtBoundary([&]() -> int64_t {
         bool created = false;
         if (!EnsureApplication(created)) return kFailed;
@@ -111,12 +111,15 @@ int64_t CreateEntry(Body&& body) {
 
 extern "C" {
 
-int64_t VantorCreateGenicamControllerV2(int64_t system, int64_t index, ControllerDeviceDescV2* records, int64_t count,
-                                        int32_t mode, ControllerWindowHandle parent, int64_t* handle) noexcept {
+int64_t VantorCreateGenicamControllerV2(int64_t system, int64_t index,
+                                        ControllerDeviceDescV2* records, int64_t count,
+                                        int32_t mode, ControllerWindowHandle parent,
+                                        int64_t* handle) noexcept {
     if (!records) count = 0;
     return CreateEntry([&](bool created) {
         std::vector<ControllerDeviceDesc> widened = WidenRecords(records, count);
-        const int64_t result = CreateController(system, index, widened.data(), count, mode, parent, handle);
+        const int64_t result =
+            CreateController(system, index, widened.data(), count, mode, parent, handle);
         CopyBackRecords(widened, records);
         // Whatever the mode, and whether or not controllers still live.
         if (created && ModuleApplication() && LibraryApplication()) DestroyLibraryApplication();
@@ -124,11 +127,13 @@ int64_t VantorCreateGenicamControllerV2(int64_t system, int64_t index, Controlle
     });
 }
 
-int64_t VantorCreateGenicamControllerV3(int64_t system, int64_t index, ControllerDeviceDesc* records, int64_t count,
-                                        int32_t mode, ControllerWindowHandle parent, int64_t* handle) noexcept {
+int64_t VantorCreateGenicamControllerV3(int64_t system, int64_t index,
+                                        ControllerDeviceDesc* records, int64_t count, int32_t mode,
+                                        ControllerWindowHandle parent, int64_t* handle) noexcept {
     if (!records) count = 0;
     return CreateEntry([&](bool) {
-        const int64_t result = CreateController(system, index, records, count, mode, parent, handle);
+        const int64_t result =
+            CreateController(system, index, records, count, mode, parent, handle);
         // Whichever call made it: the application object goes with the last controller.
         if (TheControllerTable().empty() && LibraryApplication()) DestroyLibraryApplication();
         return result;
@@ -136,8 +141,8 @@ int64_t VantorCreateGenicamControllerV3(int64_t system, int64_t index, Controlle
 }
 
 int64_t VantorCreateGenicamController(int64_t system, int32_t index, int64_t nodeMap, int32_t mode,
-                                      ControllerWindowHandle parent, int64_t /*reserved1*/, int64_t /*reserved2*/,
-                                      int64_t* handle) noexcept {
+                                      ControllerWindowHandle parent, int64_t /*reserved1*/,
+                                      int64_t /*reserved2*/, int64_t* handle) noexcept {
     ControllerDeviceDescV2 record{};
     record.DescKind = CONTROLLER_DESC_HOST_NODE_MAP;
     record.NodeMap = reinterpret_cast<void*>(static_cast<intptr_t>(nodeMap));
@@ -150,11 +155,13 @@ int64_t CreateGenicamController(int64_t system, int32_t index, int64_t nodeMap, 
 }
 
 // The same bodies, exported under a second name.
-int64_t CreateGenicamControllerV2(int64_t system, int64_t index, ControllerDeviceDescV2* records, int64_t count,
-                                  int32_t mode, ControllerWindowHandle parent, int64_t* handle) noexcept
+int64_t CreateGenicamControllerV2(int64_t system, int64_t index, ControllerDeviceDescV2* records,
+                                  int64_t count, int32_t mode, ControllerWindowHandle parent,
+                                  int64_t* handle) noexcept
     __attribute__((alias("VantorCreateGenicamControllerV2")));
-int64_t CreateGenicamControllerV3(int64_t system, int64_t index, ControllerDeviceDesc* records, int64_t count,
-                                  int32_t mode, ControllerWindowHandle parent, int64_t* handle) noexcept
+int64_t CreateGenicamControllerV3(int64_t system, int64_t index, ControllerDeviceDesc* records,
+                                  int64_t count, int32_t mode, ControllerWindowHandle parent,
+                                  int64_t* handle) noexcept
     __attribute__((alias("VantorCreateGenicamControllerV3")));
 
 void DeleteGenicamController(int64_t handle, ControllerWindowHandle window) noexcept {
@@ -162,7 +169,8 @@ void DeleteGenicamController(int64_t handle, ControllerWindowHandle window) noex
         if (!ModuleApplication() || handle == 0) return;
         ControllerTable& table = TheControllerTable();
         // Looked up by address only: an unknown handle is never dereferenced.
-        auto found = table.find(reinterpret_cast<GenicamController*>(static_cast<intptr_t>(handle)));
+        auto found =
+            table.find(reinterpret_cast<GenicamController*>(static_cast<intptr_t>(handle)));
         if (found == table.end()) return;
         std::shared_ptr<GenicamController> controller = std::move(found->second);
         table.erase(found);

@@ -18,7 +18,9 @@ static_assert(kShortRecordBytes == 56);
 
 DeviceSet::Loaded::Loaded() = default;
 DeviceSet::Loaded::Loaded(Loaded&&) noexcept = default;
-DeviceSet::Loaded::~Loaded() { map.reset(); }
+DeviceSet::Loaded::~Loaded() {
+    map.reset();
+}
 
 DeviceSet::DeviceSet(ControllerDeviceDesc* records, int64_t count) {
     if (!records || count <= 0) return;
@@ -56,7 +58,8 @@ void DeviceSet::Process(ControllerDeviceDesc& record, bool extended) {
     case CONTROLLER_DESC_LOAD_NODE_MAP: {
         if (record.Object != 0) QobjInquire(record.Object, Q_OBJECT_TYPE, &context.objectKind);
         Loaded loaded;
-        loaded.map = LoadNodeMapForObject(record.Object, loaded.port, record.DeviceLoad ? record.DeviceLoad : "");
+        loaded.map = LoadNodeMapForObject(record.Object, loaded.port,
+                                          record.DeviceLoad ? record.DeviceLoad : "");
         if (loaded.map) {
             nodeMap = loaded.map->map._Ptr();
             device.ownsLoadedNodeMap = true;
@@ -72,7 +75,8 @@ void DeviceSet::Process(ControllerDeviceDesc& record, bool extended) {
         nodeMap = static_cast<GenApi::INodeMap*>(record.NodeMap);
         device.hostOnly = true;
         break;
-    default: return; // an unknown kind: no device
+    default:
+        return; // an unknown kind: no device
     }
     if (!nodeMap) return;
 
@@ -91,11 +95,13 @@ void DeviceSet::Process(ControllerDeviceDesc& record, bool extended) {
 std::vector<browser::NodeMapEntry> DeviceSet::NodeMapEntries() const {
     std::vector<browser::NodeMapEntry> entries;
     entries.reserve(devices_.size());
-    for (const DeviceEntry& device : devices_) entries.push_back(device.entry);
+    for (const DeviceEntry& device : devices_)
+        entries.push_back(device.entry);
     return entries;
 }
 
-std::vector<ControllerDeviceDesc> WidenRecords(const ControllerDeviceDescV2* records, int64_t count) {
+std::vector<ControllerDeviceDesc> WidenRecords(const ControllerDeviceDescV2* records,
+                                               int64_t count) {
     if (count < 0) throw std::bad_array_new_length();
     ControllerDeviceDesc initial{};
     initial.DescKind = CONTROLLER_DESC_LOAD_NODE_MAP;
@@ -104,13 +110,16 @@ std::vector<ControllerDeviceDesc> WidenRecords(const ControllerDeviceDescV2* rec
     // the memory is not there.
     std::vector<ControllerDeviceDesc> widened(static_cast<size_t>(count), initial);
     if (records)
-        for (size_t i = 0; i < widened.size(); ++i) std::memcpy(&widened[i], &records[i], kShortRecordBytes);
+        for (size_t i = 0; i < widened.size(); ++i)
+            std::memcpy(&widened[i], &records[i], kShortRecordBytes);
     return widened;
 }
 
-void CopyBackRecords(const std::vector<ControllerDeviceDesc>& widened, ControllerDeviceDescV2* records) {
+void CopyBackRecords(const std::vector<ControllerDeviceDesc>& widened,
+                     ControllerDeviceDescV2* records) {
     if (!records) return;
-    for (size_t i = 0; i < widened.size(); ++i) std::memcpy(&records[i], &widened[i], kShortRecordBytes);
+    for (size_t i = 0; i < widened.size(); ++i)
+        std::memcpy(&records[i], &widened[i], kShortRecordBytes);
 }
 
 } // namespace quillon::controller

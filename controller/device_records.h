@@ -62,9 +62,11 @@ private:
 // no node map, no strings, values 0, version 3, and then takes the short
 // record's 56 bytes. Throws std::bad_alloc (or a derivative) when `count`
 // records cannot be allocated, a negative count included.
-std::vector<ControllerDeviceDesc> WidenRecords(const ControllerDeviceDescV2* records, int64_t count);
+std::vector<ControllerDeviceDesc> WidenRecords(const ControllerDeviceDescV2* records,
+                                               int64_t count);
 
 // Copies the first 56 bytes of every widened record back into the host's.
-void CopyBackRecords(const std::vector<ControllerDeviceDesc>& widened, ControllerDeviceDescV2* records);
+void CopyBackRecords(const std::vector<ControllerDeviceDesc>& widened,
+                     ControllerDeviceDescV2* records);
 
 } // namespace quillon::controller

@@ -16,10 +16,14 @@ browser::BrowserSetup SetupFor(const DeviceSet& devices, int64_t index) {
 
 } // namespace
 
-GenicamController::GenicamController(int64_t system, int64_t index, ControllerDeviceDesc* records, int64_t count)
-    : system_(system), devices_(records, count), dialog_(new browser::CTessel(SetupFor(devices_, index))) {}
+GenicamController::GenicamController(int64_t system, int64_t index, ControllerDeviceDesc* records,
+                                     int64_t count)
+    : system_(system), devices_(records, count),
+      dialog_(new browser::CTessel(SetupFor(devices_, index))) {}
 
-GenicamController::~GenicamController() { delete dialog_.data(); }
+GenicamController::~GenicamController() {
+    delete dialog_.data();
+}
 
 ControllerTable& TheControllerTable() {
     static auto* table = new ControllerTable();

@@ -49,12 +49,14 @@ std::unique_ptr<CtesselApp::Instance> MakeInstance() {
     if (auto& retired = Retired()) return std::move(retired);
     auto instance = std::make_unique<CtesselApp::Instance>();
     instance->arguments = ProcessCommandLine();
-    for (std::string& argument : instance->arguments) instance->argv.push_back(argument.data());
+    for (std::string& argument : instance->arguments)
+        instance->argv.push_back(argument.data());
     instance->argc = static_cast<int>(instance->arguments.size());
     instance->argv.push_back(nullptr);
     // Without a display Qt would end the process; the window is drawn off
     // screen instead.
-    if (!std::getenv("QT_QPA_PLATFORM") && !std::getenv("DISPLAY") && !std::getenv("WAYLAND_DISPLAY"))
+    if (!std::getenv("QT_QPA_PLATFORM") && !std::getenv("DISPLAY") &&
+        !std::getenv("WAYLAND_DISPLAY"))
         ::setenv("QT_QPA_PLATFORM", "offscreen", 0);
     instance->application = std::make_unique<QApplication>(instance->argc, instance->argv.data());
     return instance;
@@ -62,7 +64,9 @@ std::unique_ptr<CtesselApp::Instance> MakeInstance() {
 
 } // namespace
 
-CtesselApp::CtesselApp() : instance_(MakeInstance()) { InitInstance(); }
+CtesselApp::CtesselApp() : instance_(MakeInstance()) {
+    InitInstance();
+}
 
 CtesselApp::~CtesselApp() {
     // Objects whose deletion is pending go first; they may be the last widgets.

@@ -21,9 +21,13 @@ namespace {
 constexpr int kIndentPixels = 19; // the tree's indent per level
 constexpr int kRootLeft = 4;      // roots start a little in from the left edge
 
-QRect ToQRect(const Rect& r) { return QRect(r.left, r.top, r.Width(), r.Height()); }
+QRect ToQRect(const Rect& r) {
+    return QRect(r.left, r.top, r.Width(), r.Height());
+}
 
-QString ToQString(std::string_view text) { return QString::fromUtf8(text.data(), static_cast<qsizetype>(text.size())); }
+QString ToQString(std::string_view text) {
+    return QString::fromUtf8(text.data(), static_cast<qsizetype>(text.size()));
+}
 
 } // namespace
 
@@ -44,15 +48,18 @@ namespace {
 MeasuredItem Measured(const ColumnTreeWidget::Node& node) {
     MeasuredItem item{node.text, node.expanded, false, {}};
     if (node.expanded)
-        for (const auto& child : node.children) item.children.push_back(Measured(*child));
+        for (const auto& child : node.children)
+            item.children.push_back(Measured(*child));
     return item;
 }
 
 } // namespace
 
-ColumnTreeWidget::ColumnTreeWidget(QWidget* parent) : QAbstractScrollArea(parent), root_(std::make_unique<Node>()) {
+ColumnTreeWidget::ColumnTreeWidget(QWidget* parent)
+    : QAbstractScrollArea(parent), root_(std::make_unique<Node>()) {
     headerModel_ = new QStandardItemModel(0, 2, this);
-    headerModel_->setHorizontalHeaderLabels({QStringLiteral("Feature Name"), QStringLiteral("Value")});
+    headerModel_->setHorizontalHeaderLabels(
+        {QStringLiteral("Feature Name"), QStringLiteral("Value")});
     header_ = new QHeaderView(Qt::Horizontal, this);
     header_->setModel(headerModel_);
     header_->setSectionsMovable(false);
@@ -66,7 +73,6 @@ ColumnTreeWidget::ColumnTreeWidget(QWidget* parent) : QAbstractScrollArea(parent
     });
     connect(header_, &QHeaderView::sectionHandleDoubleClicked, this,
             [this](int column) { header_->resizeSection(column, DividerWidth(column)); });
-    setMouseTracking(false);
     setFocusPolicy(Qt::StrongFocus);
     horizontalScrollBar()->setSingleStep(kScrollLinePixels);
     verticalScrollBar()->setSingleStep(1);
@@ -116,7 +122,8 @@ void ColumnTreeWidget::Expand(TreeItem item) {
         return;
     }
     // The top level itself is always shown: its items open.
-    for (const auto& child : root_->children) child->expanded = true;
+    for (const auto& child : root_->children)
+        child->expanded = true;
     Changed();
 }
 
@@ -129,9 +136,15 @@ void ColumnTreeWidget::DeleteAllItems() {
     if (hadSelection) emit SelectionChanged();
 }
 
-std::string ColumnTreeWidget::ItemText(TreeItem item) const { return item ? NodeOf(item)->text : std::string(); }
-bool ColumnTreeWidget::IsBold(TreeItem item) const { return item && NodeOf(item)->bold; }
-bool ColumnTreeWidget::IsExpanded(TreeItem item) const { return item && NodeOf(item)->expanded; }
+std::string ColumnTreeWidget::ItemText(TreeItem item) const {
+    return item ? NodeOf(item)->text : std::string();
+}
+bool ColumnTreeWidget::IsBold(TreeItem item) const {
+    return item && NodeOf(item)->bold;
+}
+bool ColumnTreeWidget::IsExpanded(TreeItem item) const {
+    return item && NodeOf(item)->expanded;
+}
 
 void ColumnTreeWidget::SetExpanded(TreeItem item, bool expanded) {
     Node* node = NodeOf(item);
@@ -150,7 +163,8 @@ void ColumnTreeWidget::SetExpanded(TreeItem item, bool expanded) {
 
 std::vector<browser::TreeItem> ColumnTreeWidget::Children(TreeItem parent) const {
     std::vector<TreeItem> out;
-    for (const auto& c : NodeOf(parent)->children) out.push_back(c.get());
+    for (const auto& c : NodeOf(parent)->children)
+        out.push_back(c.get());
     return out;
 }
 
@@ -172,13 +186,15 @@ const std::vector<ColumnTreeWidget::Node*>& ColumnTreeWidget::Shown() const {
     if (!shownValid_) {
         shown_.clear();
         std::vector<Node*> stack;
-        for (auto it = root_->children.rbegin(); it != root_->children.rend(); ++it) stack.push_back(it->get());
+        for (auto it = root_->children.rbegin(); it != root_->children.rend(); ++it)
+            stack.push_back(it->get());
         while (!stack.empty()) {
             Node* n = stack.back();
             stack.pop_back();
             shown_.push_back(n);
             if (n->expanded)
-                for (auto it = n->children.rbegin(); it != n->children.rend(); ++it) stack.push_back(it->get());
+                for (auto it = n->children.rbegin(); it != n->children.rend(); ++it)
+                    stack.push_back(it->get());
         }
         shownValid_ = true;
     }
@@ -192,7 +208,9 @@ void ColumnTreeWidget::Changed() {
     emit RowsMoved();
 }
 
-int ColumnTreeWidget::RowPixels() const { return RowHeight(fontMetrics().height() + 2); }
+int ColumnTreeWidget::RowPixels() const {
+    return RowHeight(fontMetrics().height() + 2);
+}
 
 int ColumnTreeWidget::IndexOf(TreeItem item) const {
     if (!item) return -1;
@@ -204,18 +222,25 @@ int ColumnTreeWidget::IndexOf(TreeItem item) const {
 void ColumnTreeWidget::ScrollTo(int row) {
     QScrollBar* v = verticalScrollBar();
     const int page = std::max(1, viewport()->height() / RowPixels());
-    if (row < v->value()) v->setValue(row);
-    else if (row >= v->value() + page) v->setValue(row - page + 1);
+    if (row < v->value())
+        v->setValue(row);
+    else if (row >= v->value() + page)
+        v->setValue(row - page + 1);
 }
 
 ColumnWidths ColumnTreeWidget::Widths() const {
     std::vector<int> sizes;
-    for (int i = 0; i < header_->count(); ++i) sizes.push_back(header_->sectionSize(i));
+    for (int i = 0; i < header_->count(); ++i)
+        sizes.push_back(header_->sectionSize(i));
     return ReadColumnWidths(sizes);
 }
 
-int ColumnTreeWidget::NameColumnWidth() const { return header_->sectionSize(0); }
-int ColumnTreeWidget::ValueColumnWidth() const { return header_->sectionSize(1); }
+int ColumnTreeWidget::NameColumnWidth() const {
+    return header_->sectionSize(0);
+}
+int ColumnTreeWidget::ValueColumnWidth() const {
+    return header_->sectionSize(1);
+}
 
 QRect ColumnTreeWidget::ValueCellRect(TreeItem item) const {
     const QRect row = ItemRect(item);
@@ -234,14 +259,16 @@ int ColumnTreeWidget::DividerWidth(int column) const {
     MeasureMetrics m;
     m.indent = kIndentPixels;
     m.linesAtRoot = false;
-    return DividerDoubleClickWidth(std::span<const MeasuredItem>(&first, 1), column, m, [&](std::string_view text) {
-        return metrics.horizontalAdvance(ToQString(text).trimmed());
-    });
+    return DividerDoubleClickWidth(std::span<const MeasuredItem>(&first, 1), column, m,
+                                   [&](std::string_view text) {
+                                       return metrics.horizontalAdvance(ToQString(text).trimmed());
+                                   });
 }
 
 Rect ColumnTreeWidget::LabelRect(const Node& node, int top) const {
     const int scrollX = horizontalScrollBar()->value();
-    return Rect{kRootLeft + kIndentPixels * node.depth - scrollX, top, Widths().total - scrollX, top + RowPixels()};
+    return Rect{kRootLeft + kIndentPixels * node.depth - scrollX, top, Widths().total - scrollX,
+                top + RowPixels()};
 }
 
 void ColumnTreeWidget::SetColumnWidths(int name, int value) {
@@ -256,7 +283,8 @@ void ColumnTreeWidget::UpdateScrollBars() {
     const int page = std::max(1, viewport()->height() / RowPixels());
     verticalScrollBar()->setRange(0, std::max(0, rows - page));
     verticalScrollBar()->setPageStep(page);
-    const HScrollBar bar = MakeHScrollBar(Widths(), viewport()->width(), horizontalScrollBar()->value());
+    const HScrollBar bar =
+        MakeHScrollBar(Widths(), viewport()->width(), horizontalScrollBar()->value());
     horizontalScrollBar()->setRange(bar.min, std::max(bar.min, bar.MaxPosition()));
     horizontalScrollBar()->setPageStep(bar.page);
 }
@@ -264,7 +292,8 @@ void ColumnTreeWidget::UpdateScrollBars() {
 std::vector<browser::TreeItem> ColumnTreeWidget::VisibleItemsFromFirst() const {
     const auto& shown = Shown();
     std::vector<TreeItem> out;
-    for (size_t i = static_cast<size_t>(verticalScrollBar()->value()); i < shown.size(); ++i) out.push_back(shown[i]);
+    for (size_t i = static_cast<size_t>(verticalScrollBar()->value()); i < shown.size(); ++i)
+        out.push_back(shown[i]);
     return out;
 }
 
@@ -278,7 +307,8 @@ browser::TreeItem ColumnTreeWidget::ItemAt(QPoint pos) const {
 QRect ColumnTreeWidget::ItemRect(TreeItem item) const {
     const int row = IndexOf(item);
     if (row < 0) return {};
-    return QRect(0, (row - verticalScrollBar()->value()) * RowPixels(), viewport()->width(), RowPixels());
+    return QRect(0, (row - verticalScrollBar()->value()) * RowPixels(), viewport()->width(),
+                 RowPixels());
 }
 
 void ColumnTreeWidget::paintEvent(QPaintEvent*) {
@@ -294,9 +324,12 @@ void ColumnTreeWidget::paintEvent(QPaintEvent*) {
     bold.setBold(true);
     auto colour = [&](TextColour c, bool selected) -> QColor {
         switch (c) {
-        case TextColour::WindowText: return selected ? pal.color(QPalette::HighlightedText) : pal.color(QPalette::Text);
-        case TextColour::GrayText: return selected ? pal.color(QPalette::HighlightedText) : QColor(128, 128, 128);
-        case TextColour::Window: return pal.color(QPalette::HighlightedText);
+        case TextColour::WindowText:
+            return selected ? pal.color(QPalette::HighlightedText) : pal.color(QPalette::Text);
+        case TextColour::GrayText:
+            return selected ? pal.color(QPalette::HighlightedText) : QColor(128, 128, 128);
+        case TextColour::Window:
+            return pal.color(QPalette::HighlightedText);
         case TextColour::WritableValue:
             return QColor(kWritableValueColour.r, kWritableValueColour.g, kWritableValueColour.b);
         }
@@ -304,20 +337,22 @@ void ColumnTreeWidget::paintEvent(QPaintEvent*) {
     };
 
     for (size_t i = static_cast<size_t>(verticalScrollBar()->value()); i < shown.size(); ++i) {
-        const int top = static_cast<int>(i - static_cast<size_t>(verticalScrollBar()->value())) * rowPixels;
+        const int top =
+            static_cast<int>(i - static_cast<size_t>(verticalScrollBar()->value())) * rowPixels;
         if (top >= viewport()->height()) break;
         Node* node = shown[i];
         const bool selected = node == selected_;
         RowPaintInput in;
         in.text = node->text;
         in.itemRect = Rect{-scrollX, top, viewport()->width(), top + rowPixels};
-        in.textRect = Rect{kRootLeft + kIndentPixels * node->depth - scrollX, top, widths.Right(0) - scrollX,
-                           top + rowPixels};
+        in.textRect = Rect{kRootLeft + kIndentPixels * node->depth - scrollX, top,
+                           widths.Right(0) - scrollX, top + rowPixels};
         in.isCategory = !node->children.empty() || node->bold;
         in.expanded = node->expanded;
         in.writable = in.isCategory || (queries_.writable && queries_.writable(node));
         if (!in.isCategory && queries_.boolean) in.booleanValue = queries_.boolean(node);
-        if (!in.isCategory && queries_.valueCovered && queries_.valueCovered(node)) in.coveredCells.set(1);
+        if (!in.isCategory && queries_.valueCovered && queries_.valueCovered(node))
+            in.coveredCells.set(1);
         in.focused = selected;
         in.clientWidth = viewport()->width();
         in.treeScrollX = scrollX;
@@ -329,20 +364,23 @@ void ColumnTreeWidget::paintEvent(QPaintEvent*) {
         if (selected) painter.fillRect(ToQRect(in.itemRect), pal.color(QPalette::Highlight));
         if (paint->expandIcon) {
             // A plus or minus box in the icon's square.
-            const QRect icon = ToQRect(paint->expandIcon->rect).adjusted(3, 3 - kCategoryIconTop + 1, -4,
-                                                                         -4 - kCategoryIconTop + 1);
+            const QRect icon =
+                ToQRect(paint->expandIcon->rect)
+                    .adjusted(3, 3 - kCategoryIconTop + 1, -4, -4 - kCategoryIconTop + 1);
             painter.setPen(colour(TextColour::GrayText, selected));
             painter.drawRect(icon);
             painter.setPen(colour(TextColour::WindowText, selected));
             const QPoint c = icon.center();
             painter.drawLine(icon.left() + 2, c.y(), icon.right() - 2, c.y());
-            if (paint->expandIcon->resource == kIconCollapsed) painter.drawLine(c.x(), icon.top() + 2, c.x(), icon.bottom() - 2);
+            if (paint->expandIcon->resource == kIconCollapsed)
+                painter.drawLine(c.x(), icon.top() + 2, c.x(), icon.bottom() - 2);
         }
         painter.setFont(paint->name.bold ? bold : normal);
         painter.setPen(colour(paint->name.colour, selected));
         const QRect nameRect = ToQRect(paint->name.rect);
         QString name = ToQString(paint->name.text).trimmed();
-        if (paint->name.ellipsis) name = painter.fontMetrics().elidedText(name, Qt::ElideRight, nameRect.width());
+        if (paint->name.ellipsis)
+            name = painter.fontMetrics().elidedText(name, Qt::ElideRight, nameRect.width());
         painter.drawText(nameRect, Qt::AlignVCenter | Qt::AlignLeft | Qt::TextSingleLine, name);
 
         painter.setFont(normal);
@@ -350,24 +388,29 @@ void ColumnTreeWidget::paintEvent(QPaintEvent*) {
             if (cell.coveredByControl) continue;
             if (cell.check) {
                 node->checkIcon = cell.check->rect;
-                PaintCheckIcon(painter, QPoint(cell.check->rect.left, cell.check->rect.top), cell.check->resource);
+                PaintCheckIcon(painter, QPoint(cell.check->rect.left, cell.check->rect.top),
+                               cell.check->resource);
                 continue;
             }
             if (!cell.text) continue;
             painter.setPen(colour(cell.colour, selected));
-            painter.drawText(ToQRect(cell.rect), Qt::AlignVCenter | Qt::AlignLeft | Qt::TextSingleLine,
+            painter.drawText(ToQRect(cell.rect),
+                             Qt::AlignVCenter | Qt::AlignLeft | Qt::TextSingleLine,
                              ToQString(*cell.text).trimmed());
         }
         painter.setPen(QColor(220, 220, 220));
-        for (int x : paint->gridX) painter.drawLine(x, top, x, top + rowPixels - 1);
-        painter.drawLine(in.itemRect.left, top + rowPixels - 1, in.itemRect.right, top + rowPixels - 1);
+        for (int x : paint->gridX)
+            painter.drawLine(x, top, x, top + rowPixels - 1);
+        painter.drawLine(in.itemRect.left, top + rowPixels - 1, in.itemRect.right,
+                         top + rowPixels - 1);
     }
 }
 
 void ColumnTreeWidget::resizeEvent(QResizeEvent* event) {
     QAbstractScrollArea::resizeEvent(event);
     const QRect vp = viewport()->geometry();
-    header_->setGeometry(vp.left(), vp.top() - header_->sizeHint().height(), vp.width(), header_->sizeHint().height());
+    header_->setGeometry(vp.left(), vp.top() - header_->sizeHint().height(), vp.width(),
+                         header_->sizeHint().height());
     const ColumnWidths resized = ResizeLastColumn(Widths(), vp.width(), keepLastWidth_);
     if (resized.count > 0) {
         const int last = resized.count - 1;
@@ -391,9 +434,13 @@ bool ColumnTreeWidget::viewportEvent(QEvent* event) {
     return QAbstractScrollArea::viewportEvent(event);
 }
 
-void ColumnTreeWidget::mousePressEvent(QMouseEvent* event) { HandleClick(event, ClickKind::ButtonDown); }
+void ColumnTreeWidget::mousePressEvent(QMouseEvent* event) {
+    HandleClick(event, ClickKind::ButtonDown);
+}
 
-void ColumnTreeWidget::mouseDoubleClickEvent(QMouseEvent* event) { HandleClick(event, ClickKind::DoubleClick); }
+void ColumnTreeWidget::mouseDoubleClickEvent(QMouseEvent* event) {
+    HandleClick(event, ClickKind::DoubleClick);
+}
 
 void ColumnTreeWidget::HandleClick(QMouseEvent* event, ClickKind kind) {
     const QPoint pos = event->position().toPoint();
@@ -409,7 +456,8 @@ void ColumnTreeWidget::HandleClick(QMouseEvent* event, ClickKind kind) {
         const QRect row = ItemRect(item);
         in.textRect = LabelRect(*node, row.top());
         in.part = pos.x() >= in.textRect.left ? RowPart::LabelOrRight : RowPart::Elsewhere;
-        in.field0Width = QFontMetrics(font()).horizontalAdvance(ToQString(Field(node->text, 0).value_or("")));
+        in.field0Width =
+            QFontMetrics(font()).horizontalAdvance(ToQString(Field(node->text, 0).value_or("")));
         in.expandIcon = node->expandIcon;
         in.checkIcon = node->checkIcon;
     }
@@ -420,7 +468,8 @@ void ColumnTreeWidget::HandleClick(QMouseEvent* event, ClickKind kind) {
     if (d.focus) setFocus(Qt::MouseFocusReason);
     if (d.passToTree && node) {
         // The plain tree's own handling: the expand button toggles, a click selects.
-        if (!node->children.empty() && pos.x() < in.textRect.left + kCategoryTextOffset) SetExpanded(item, !node->expanded);
+        if (!node->children.empty() && pos.x() < in.textRect.left + kCategoryTextOffset)
+            SetExpanded(item, !node->expanded);
         SelectItem(item);
     }
     if (d.select) SelectItem(item);
@@ -437,17 +486,19 @@ bool ColumnTreeWidget::ShowToolTip(QHelpEvent* event) {
     ToolTipInput in;
     in.point = Point{pos.x(), pos.y()};
     in.onItem = item != browser::kTopLevel;
-    std::optional<std::string> probe;
+    // The name area's tip also tells whether the row has a feature node.
+    std::optional<std::string> nameTip;
     if (item) {
         in.textRect = LabelRect(*NodeOf(item), ItemRect(item).top());
         in.item = reinterpret_cast<std::uintptr_t>(item);
-        // A row without a feature node has no tool in either area.
-        in.hasNode = queries_.toolTip && queries_.toolTip(item, ToolTipArea::Name).has_value();
+        if (queries_.toolTip) nameTip = queries_.toolTip(item, ToolTipArea::Name);
+        in.hasNode = nameTip.has_value();
     }
     in.column0Width = Widths().Right(0) - horizontalScrollBar()->value();
     in.clientRight = viewport()->width();
     const std::optional<ToolTipTool> tool = ToolTipAt(in);
-    const std::optional<std::string> text = tool ? queries_.toolTip(item, tool->area) : std::nullopt;
+    std::optional<std::string> text;
+    if (tool) text = tool->area == ToolTipArea::Name ? nameTip : queries_.toolTip(item, tool->area);
     if (!text || text->empty()) {
         QToolTip::hideText();
         event->ignore();
@@ -468,20 +519,36 @@ void ColumnTreeWidget::keyPressEvent(QKeyEvent* event) {
     };
     Node* node = selected_ ? NodeOf(selected_) : nullptr;
     switch (event->key()) {
-    case Qt::Key_Down: go(row + 1); break;
-    case Qt::Key_Up: go(row < 0 ? 0 : row - 1); break;
-    case Qt::Key_PageDown: go(row + page); break;
-    case Qt::Key_PageUp: go(row - page); break;
-    case Qt::Key_Home: go(0); break;
-    case Qt::Key_End: go(last); break;
+    case Qt::Key_Down:
+        go(row + 1);
+        break;
+    case Qt::Key_Up:
+        go(row < 0 ? 0 : row - 1);
+        break;
+    case Qt::Key_PageDown:
+        go(row + page);
+        break;
+    case Qt::Key_PageUp:
+        go(row - page);
+        break;
+    case Qt::Key_Home:
+        go(0);
+        break;
+    case Qt::Key_End:
+        go(last);
+        break;
     case Qt::Key_Right:
         if (node && !node->children.empty()) SetExpanded(selected_, true);
         break;
     case Qt::Key_Left:
-        if (node && node->expanded) SetExpanded(selected_, false);
-        else if (node && node->parent != root_.get()) SelectItem(node->parent);
+        if (node && node->expanded)
+            SetExpanded(selected_, false);
+        else if (node && node->parent != root_.get())
+            SelectItem(node->parent);
         break;
-    default: QAbstractScrollArea::keyPressEvent(event); return;
+    default:
+        QAbstractScrollArea::keyPressEvent(event);
+        return;
     }
 }
 

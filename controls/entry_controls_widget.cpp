@@ -27,16 +27,22 @@ void PaintCheckIcon(QPainter& painter, QPoint topLeft, int resource) {
     painter.restore();
 }
 
-CMyComboBox::CMyComboBox(QWidget* parent) : QComboBox(parent) { setEditable(false); }
+CMyComboBox::CMyComboBox(QWidget* parent) : QComboBox(parent) {
+    setEditable(false);
+}
 
-CCustomButton::CCustomButton(QWidget* parent) : QAbstractButton(parent) { setFocusPolicy(Qt::NoFocus); }
+CCustomButton::CCustomButton(QWidget* parent) : QAbstractButton(parent) {
+    setFocusPolicy(Qt::NoFocus);
+}
 
 void CCustomButton::SetValue(short value) {
     value_ = value;
     update();
 }
 
-QSize CCustomButton::sizeHint() const { return QSize(kIconSize, kIconSize); }
+QSize CCustomButton::sizeHint() const {
+    return QSize(kIconSize, kIconSize);
+}
 
 void CCustomButton::paintEvent(QPaintEvent*) {
     QPainter painter(this);
@@ -46,7 +52,6 @@ void CCustomButton::paintEvent(QPaintEvent*) {
 
 CMyButton::CMyButton(const QString& text, QWidget* parent) : QPushButton(text, parent) {
     setAutoDefault(false);
-    setDefault(false);
 }
 
 void CMyToolTip::AddTool(QWidget* control, const QString& text) {
@@ -76,8 +81,6 @@ void Int64SpinBox::SetValue(int64_t value) {
     lineEdit()->setText(QString::number(value));
 }
 
-QString Int64SpinBox::text() const { return lineEdit()->text(); }
-
 void Int64SpinBox::stepBy(int steps) {
     // Saturating steps: the range may span all of int64.
     int64_t delta = 0, next = 0;
@@ -95,6 +98,8 @@ QAbstractSpinBox::StepEnabled Int64SpinBox::stepEnabled() const {
     return enabled;
 }
 
-QValidator::State Int64SpinBox::validate(QString&, int&) const { return QValidator::Acceptable; }
+QValidator::State Int64SpinBox::validate(QString&, int&) const {
+    return QValidator::Acceptable;
+}
 
 } // namespace quillon::controls

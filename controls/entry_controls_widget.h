@@ -85,7 +85,6 @@ public:
     void SetRange(int64_t minimum, int64_t maximum, int64_t increment);
     void SetValue(int64_t value);
     int64_t value() const { return value_; }
-    QString text() const;
     void stepBy(int steps) override;
 
 signals:

@@ -8,7 +8,8 @@ namespace {
 
 std::vector<size_t> Occurrences(std::string_view text, std::string_view label) {
     std::vector<size_t> out;
-    for (size_t at = text.find(label); at != std::string_view::npos; at = text.find(label, at + label.size()))
+    for (size_t at = text.find(label); at != std::string_view::npos;
+         at = text.find(label, at + label.size()))
         out.push_back(at);
     return out;
 }
@@ -18,11 +19,14 @@ std::vector<size_t> Occurrences(std::string_view text, std::string_view label) {
 std::vector<TextRange> BoldLabelRanges(std::string_view text) {
     std::vector<TextRange> ranges;
     for (std::string_view label : kPropertyLabels)
-        for (size_t at : Occurrences(text, label)) ranges.push_back({at, label.size()});
+        for (size_t at : Occurrences(text, label))
+            ranges.push_back({at, label.size()});
     return ranges;
 }
 
-std::vector<size_t> HangingIndentOffsets(std::string_view text) { return Occurrences(text, kPropertyLabels[0]); }
+std::vector<size_t> HangingIndentOffsets(std::string_view text) {
+    return Occurrences(text, kPropertyLabels[0]);
+}
 
 EditKeyAction DecideEditKey(EditKey key, bool shift, EditFlags flags, bool hasParent) {
     switch (key) {
@@ -33,12 +37,16 @@ EditKeyAction DecideEditKey(EditKey key, bool shift, EditFlags flags, bool hasPa
         if (!WantsAllKeys(flags)) return EditKeyAction::Platform;
         return shift ? EditKeyAction::PreviousControl : EditKeyAction::NextControl;
     case EditKey::Up:
-    case EditKey::Down: return EditKeyAction::TreeAndPlatform;
-    case EditKey::Other: break;
+    case EditKey::Down:
+        return EditKeyAction::TreeAndPlatform;
+    case EditKey::Other:
+        break;
     }
     return EditKeyAction::Platform;
 }
 
-int CustomButtonIcon(short value) { return value > 0 ? kIconCheckedWritable : kIconUncheckedWritable; }
+int CustomButtonIcon(short value) {
+    return value > 0 ? kIconCheckedWritable : kIconUncheckedWritable;
+}
 
 } // namespace quillon::controls

@@ -15,8 +15,8 @@ namespace quillon::controls {
 
 // Made bold wherever they occur, searched in this order.
 inline constexpr std::array<std::string_view, 12> kPropertyLabels = {
-    "Name:",      "Value:",   "Type:",      "Unit:",       "Description:",  "Minimum:",
-    "Maximum:",   "Increment:", "Connector:", "Digitizer:", "QOR user bit:", "QOR API:"};
+    "Name:",    "Value:",     "Type:",      "Unit:",      "Description:",  "Minimum:",
+    "Maximum:", "Increment:", "Connector:", "Digitizer:", "QOR user bit:", "QOR API:"};
 
 // The paragraph before every "Name:" gets this hanging indent (twips; one
 // twip is 1/1440 inch).
@@ -57,7 +57,9 @@ EditKeyAction DecideEditKey(EditKey key, bool shift, EditFlags flags, bool hasPa
 
 // Whether the control asks its dialog for every key (so the dialog does not
 // take Enter and Tab for itself).
-inline bool WantsAllKeys(EditFlags flags) { return flags.navigateOnTabEnter || flags.enterCommits; }
+inline bool WantsAllKeys(EditFlags flags) {
+    return flags.navigateOnTabEnter || flags.enterCommits;
+}
 
 // Tab and carriage-return characters are dropped (neither inserted nor
 // beeped) when either flag is set.

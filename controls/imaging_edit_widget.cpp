@@ -95,12 +95,21 @@ void CImagingEdit::keyPressEvent(QKeyEvent* e) {
     EditKey key = EditKey::Other;
     switch (e->key()) {
     case Qt::Key_Return:
-    case Qt::Key_Enter: key = EditKey::Enter; break;
+    case Qt::Key_Enter:
+        key = EditKey::Enter;
+        break;
     case Qt::Key_Tab:
-    case Qt::Key_Backtab: key = EditKey::Tab; break;
-    case Qt::Key_Up: key = EditKey::Up; break;
-    case Qt::Key_Down: key = EditKey::Down; break;
-    default: break;
+    case Qt::Key_Backtab:
+        key = EditKey::Tab;
+        break;
+    case Qt::Key_Up:
+        key = EditKey::Up;
+        break;
+    case Qt::Key_Down:
+        key = EditKey::Down;
+        break;
+    default:
+        break;
     }
     const bool shift = e->modifiers().testFlag(Qt::ShiftModifier) || e->key() == Qt::Key_Backtab;
     switch (DecideEditKey(key, shift, flags_, parentWidget() != nullptr)) {
@@ -112,15 +121,21 @@ void CImagingEdit::keyPressEvent(QKeyEvent* e) {
         return;
     }
     // QTextEdit refuses to pass the focus on while editable; the widget's own rule does.
-    case EditKeyAction::NextControl: QWidget::focusNextPrevChild(true); return;
-    case EditKeyAction::PreviousControl: QWidget::focusNextPrevChild(false); return;
+    case EditKeyAction::NextControl:
+        QWidget::focusNextPrevChild(true);
+        return;
+    case EditKeyAction::PreviousControl:
+        QWidget::focusNextPrevChild(false);
+        return;
     case EditKeyAction::TreeAndPlatform:
-        if (QWidget* tree = window()->findChild<QWidget*>(QString::fromLatin1(kTreeHostObjectName))) {
+        if (QWidget* tree =
+                window()->findChild<QWidget*>(QString::fromLatin1(kTreeHostObjectName))) {
             QKeyEvent copyEvent(e->type(), e->key(), e->modifiers());
             QCoreApplication::sendEvent(tree, &copyEvent);
         }
         break;
-    case EditKeyAction::Platform: break;
+    case EditKeyAction::Platform:
+        break;
     }
     QTextEdit::keyPressEvent(e);
 }

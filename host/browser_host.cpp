@@ -31,10 +31,14 @@ public:
         if (!path || !*path) path = QUILLON_DEFAULT_LIBRARY;
         // Never unloaded: the library keeps windows and Qt objects alive.
         void* library = ::dlopen(path, RTLD_NOW | RTLD_LOCAL);
-        if (!library) throw std::runtime_error(std::string("cannot load the browser library: ") + ::dlerror());
-        create = reinterpret_cast<decltype(create)>(::dlsym(library, "VantorCreateGenicamControllerV3"));
+        if (!library)
+            throw std::runtime_error(std::string("cannot load the browser library: ") +
+                                     ::dlerror());
+        create =
+            reinterpret_cast<decltype(create)>(::dlsym(library, "VantorCreateGenicamControllerV3"));
         destroy = reinterpret_cast<decltype(destroy)>(::dlsym(library, "DeleteGenicamController"));
-        if (!create || !destroy) throw std::runtime_error(std::string(path) + " lacks the controller entry points");
+        if (!create || !destroy)
+            throw std::runtime_error(std::string(path) + " lacks the controller entry points");
     }
     decltype(&VantorCreateGenicamControllerV3) create = nullptr;
     decltype(&DeleteGenicamController) destroy = nullptr;
@@ -49,7 +53,8 @@ public:
         QsysAlloc(app_, Q_SYSTEM_SIMULATED, 0, Q_DEFAULT, &sys_);
         QdigAlloc(sys_, 0, QOR_TEXT(""), Q_DEFAULT, &dig_);
         QseqAlloc(sys_, 0, 1, Q_DEFAULT, &seq_);
-        if (!sys_ || !dig_ || !seq_) throw std::runtime_error("the simulated system could not be allocated");
+        if (!sys_ || !dig_ || !seq_)
+            throw std::runtime_error("the simulated system could not be allocated");
         if (!xml.empty()) {
             xmlMap_._LoadXMLFromFile(xml.c_str());
             xmlMap_._Connect(&port_);
@@ -110,7 +115,8 @@ private:
 // Ends a controller however the host's scope is left.
 class ControllerGuard {
 public:
-    ControllerGuard(const BrowserLibrary& library, int64_t controller) : library_(library), controller_(controller) {}
+    ControllerGuard(const BrowserLibrary& library, int64_t controller)
+        : library_(library), controller_(controller) {}
     ~ControllerGuard() { library_.destroy(controller_, window); }
     ControllerGuard(const ControllerGuard&) = delete;
     ControllerGuard& operator=(const ControllerGuard&) = delete;
@@ -127,7 +133,9 @@ int AutoCloseMs() {
     return text ? std::atoi(text) : 0;
 }
 
-bool HaveDisplay() { return std::getenv("DISPLAY") || std::getenv("WAYLAND_DISPLAY"); }
+bool HaveDisplay() {
+    return std::getenv("DISPLAY") || std::getenv("WAYLAND_DISPLAY");
+}
 
 // No display: the window off screen, the tree on standard output, the
 // window's image in a file.
@@ -190,10 +198,14 @@ int RunBrowserHost(const std::vector<std::string>& args) {
     std::string xml, image = "quillon.png";
     bool modeless = false;
     for (size_t i = 0; i < args.size(); ++i) {
-        if (args[i] == "--xml" && i + 1 < args.size()) xml = args[++i];
-        else if (args[i] == "--image" && i + 1 < args.size()) image = args[++i];
-        else if (args[i] == "--modeless") modeless = true;
-        else throw std::invalid_argument("unknown host option '" + args[i] + "'");
+        if (args[i] == "--xml" && i + 1 < args.size())
+            xml = args[++i];
+        else if (args[i] == "--image" && i + 1 < args.size())
+            image = args[++i];
+        else if (args[i] == "--modeless")
+            modeless = true;
+        else
+            throw std::invalid_argument("unknown host option '" + args[i] + "'");
     }
     BrowserLibrary library;
     HostDevices devices(xml);

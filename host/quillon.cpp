@@ -118,7 +118,8 @@ public:
         QsysAlloc(app_, QOR_TEXT("Q_SYSTEM_SIMULATED"), 0, Q_DEFAULT, &sys_);
         QdigAlloc(sys_, 0, QOR_TEXT(""), Q_DEFAULT, &dig_);
         QseqAlloc(sys_, 0, 1, Q_DEFAULT, &seq_);
-        if (!sys_ || !dig_ || !seq_) throw UsageError("the simulated system could not be allocated");
+        if (!sys_ || !dig_ || !seq_)
+            throw UsageError("the simulated system could not be allocated");
         std::string dir = host::DataDirectory();
         add("System", sys_, Q_SYSTEM_OBJECT, dir);
         add("Digitizer", dig_, Q_DIGITIZER_OBJECT, dir);
@@ -151,7 +152,9 @@ private:
     void add(const char* caption, QOR_ID object, int64_t kind, const std::string& dir) {
         auto loaded = std::make_unique<Loaded>();
         loaded->map = LoadNodeMapForObject(object, loaded->port, dir);
-        if (!loaded->map) throw UsageError(std::string("no description of the simulated ") + caption + " in " + dir);
+        if (!loaded->map)
+            throw UsageError(std::string("no description of the simulated ") + caption + " in " +
+                             dir);
         browser::NodeMapEntry e;
         e.context.nodeMap = loaded->map->map._Ptr();
         e.context.caption = caption;
@@ -180,9 +183,11 @@ int tree(Device& device, int level) {
 
 int props(Device& device, const std::string& feature) {
     auto [node, context] = device.find(feature);
-    std::string typed = inspect::FeaturePropertyText(node, feature, browser::ReadPropertyFlags(node));
+    std::string typed =
+        inspect::FeaturePropertyText(node, feature, browser::ReadPropertyFlags(node));
     int64_t kind = context->objectKind ? context->objectKind : Q_DIGITIZER_OBJECT;
-    inspect::SnippetTexts snippets = inspect::GenerateSnippets(node, inspect::MakeSnippetRequest(node, kind));
+    inspect::SnippetTexts snippets =
+        inspect::GenerateSnippets(node, inspect::MakeSnippetRequest(node, kind));
     std::fputs(inspect::PropertyBoxText(typed, snippets.ShownPieces()).c_str(), stdout);
     return 0;
 }
@@ -194,12 +199,15 @@ int find(Device& device, const std::string& query) {
     auto rows = [](const std::deque<browser::FeatureRow>& from) {
         std::vector<inspect::FindRow> out;
         for (const auto& r : from)
-            if (r.treeItem) out.push_back({r.label, r.node ? std::string(r.node->GetName()) : r.label, r.treeItem});
+            if (r.treeItem)
+                out.push_back(
+                    {r.label, r.node ? std::string(r.node->GetName()) : r.label, r.treeItem});
         return out;
     };
     inspect::FeatureFinder finder;
     finder.Refill(rows(model.featureRows()), rows(model.categoryRows()));
-    for (const auto& e : finder.Filter(query)) std::printf("%s\n", e.name.c_str());
+    for (const auto& e : finder.Filter(query))
+        std::printf("%s\n", e.name.c_str());
     return 0;
 }
 
@@ -220,14 +228,17 @@ int set(Device& device, const std::string& feature, const std::string& text) {
 
 int exec(Device& device, const std::string& feature) {
     auto [node, context] = device.find(feature);
-    if (node->GetPrincipalInterfaceType() != intfICommand) throw UsageError("'" + feature + "' is not a command");
+    if (node->GetPrincipalInterfaceType() != intfICommand)
+        throw UsageError("'" + feature + "' is not a command");
     inspect::ExecuteCommand(node, feature, *context);
     return 0;
 }
 
 // The transfer's platform pieces for a terminal: the path is given, progress
 // goes to standard error, the result text to standard output.
-struct TerminalPlatform final : inspect::FileDialog, inspect::MessageDisplay, inspect::ProgressIndicator,
+struct TerminalPlatform final : inspect::FileDialog,
+                                inspect::MessageDisplay,
+                                inspect::ProgressIndicator,
                                 inspect::TransferButtons {
     std::string path;
     bool failed = false;
@@ -239,7 +250,9 @@ struct TerminalPlatform final : inspect::FileDialog, inspect::MessageDisplay, in
         failed = caption == "Error";
     }
     void SetRange(int32_t, int32_t to) override { upper = to; }
-    void SetPosition(int32_t position) override { std::fprintf(stderr, "\r%d / %d bytes", position, upper); }
+    void SetPosition(int32_t position) override {
+        std::fprintf(stderr, "\r%d / %d bytes", position, upper);
+    }
     void SetStep(int32_t) override {}
     void Step() override {}
     void Show(bool) override {}
@@ -247,7 +260,8 @@ struct TerminalPlatform final : inspect::FileDialog, inspect::MessageDisplay, in
     void EnableUpload(bool) override {}
 };
 
-int transfer(Device& device, bool download, const std::string& fileEntry, const std::string& localPath) {
+int transfer(Device& device, bool download, const std::string& fileEntry,
+             const std::string& localPath) {
     INodeMap* map = nullptr;
     for (const auto& e : device.entries())
         if (e.context.nodeMap->GetNode("FileSelector")) map = e.context.nodeMap;
@@ -260,7 +274,9 @@ int transfer(Device& device, bool download, const std::string& fileEntry, const 
     size_t index = files.size();
     for (size_t i = 0; i < files.size(); ++i) {
         CEnumEntryPtr entry = files[i].entry;
-        if (files[i].displayName == fileEntry || (entry && std::string(entry->GetSymbolic()) == fileEntry)) index = i;
+        if (files[i].displayName == fileEntry ||
+            (entry && std::string(entry->GetSymbolic()) == fileEntry))
+            index = i;
     }
     if (index == files.size()) throw UsageError("no device file '" + fileEntry + "'");
     session.SelectFile(index);
@@ -283,7 +299,9 @@ int check(const std::string& folder) {
         try {
             CNodeMapRef ref;
             ref._LoadXMLFromFile(path.string().c_str());
-            double ms = std::chrono::duration<double, std::milli>(std::chrono::steady_clock::now() - start).count();
+            double ms =
+                std::chrono::duration<double, std::milli>(std::chrono::steady_clock::now() - start)
+                    .count();
             std::printf("%-45s %6llu nodes  %7.2f ms\n", path.filename().c_str(),
                         static_cast<unsigned long long>(ref._Ptr()->GetNumNodes()), ms);
         } catch (const GenICam::GenericException& e) {
@@ -299,7 +317,8 @@ int check(const std::string& folder) {
 // that its property text and in-place editor show, and saves the image.
 int screenshot(Device& device, const std::string& path, const std::string& feature) {
     // Without a display the window is drawn off screen.
-    if (!std::getenv("DISPLAY") && !std::getenv("WAYLAND_DISPLAY")) setenv("QT_QPA_PLATFORM", "offscreen", 0);
+    if (!std::getenv("DISPLAY") && !std::getenv("WAYLAND_DISPLAY"))
+        setenv("QT_QPA_PLATFORM", "offscreen", 0);
     int argc = 1;
     char name[] = "quillon";
     char* argv[] = {name, nullptr};
@@ -308,7 +327,8 @@ int screenshot(Device& device, const std::string& path, const std::string& featu
     if (!feature.empty()) {
         browser::TreeItem item = browser::kTopLevel;
         for (const browser::FeatureRow& row : window.session().model().featureRows())
-            if (row.node && row.treeItem && row.node->GetName() == feature.c_str()) item = row.treeItem;
+            if (row.node && row.treeItem && row.node->GetName() == feature.c_str())
+                item = row.treeItem;
         if (!item) throw UsageError("no row shows a feature named '" + feature + "'");
         window.show();
         window.tree().SelectItem(item);
@@ -322,7 +342,8 @@ int screenshot(Device& device, const std::string& path, const std::string& featu
 
 const char kUsage[] =
 #ifdef QUILLON_HAVE_GUI
-    "usage: quillon [DEVICE] [--modeless] [--image OUT.png]   the browser (no display: tree and image)\n"
+    "usage: quillon [DEVICE] [--modeless] [--image OUT.png]   the browser (no display: tree and "
+    "image)\n"
 #else
     "usage: quillon                                   the simulated system's feature tree\n"
 #endif
@@ -338,7 +359,9 @@ const char kUsage[] =
     "DEVICE: nothing for the embedded simulated system, or --xml FILE\n";
 
 #ifdef QUILLON_HAVE_GUI
-bool isHostOption(const std::string& arg) { return arg == "--xml" || arg == "--modeless" || arg == "--image"; }
+bool isHostOption(const std::string& arg) {
+    return arg == "--xml" || arg == "--modeless" || arg == "--image";
+}
 #endif
 
 int run(std::vector<std::string> args) {
@@ -346,8 +369,10 @@ int run(std::vector<std::string> args) {
     if (args.empty() || isHostOption(args[0])) return host::RunBrowserHost(args);
 #else
     if (args.empty()) {
-        std::printf("Quillon: the browser window is not built; this is the feature tree it shows for the\n"
-                    "embedded simulated system (system, digitizer, sequence and Torvex TVX1280M camera):\n\n");
+        std::printf(
+            "Quillon: the browser window is not built; this is the feature tree it shows for the\n"
+            "embedded simulated system (system, digitizer, sequence and Torvex TVX1280M "
+            "camera):\n\n");
         SimulatedSystem device;
         return tree(device, browser::kGuru);
     }
@@ -361,17 +386,23 @@ int run(std::vector<std::string> args) {
     std::string xml, level = "guru", select;
     std::vector<std::string> positional;
     for (size_t i = 0; i < args.size(); ++i) {
-        if (args[i] == "--xml" && i + 1 < args.size()) xml = args[++i];
-        else if (args[i] == "--level" && i + 1 < args.size()) level = args[++i];
-        else if (args[i] == "--select" && i + 1 < args.size()) select = args[++i];
-        else positional.push_back(args[i]);
+        if (args[i] == "--xml" && i + 1 < args.size())
+            xml = args[++i];
+        else if (args[i] == "--level" && i + 1 < args.size())
+            level = args[++i];
+        else if (args[i] == "--select" && i + 1 < args.size())
+            select = args[++i];
+        else
+            positional.push_back(args[i]);
     }
     auto need = [&](size_t n) {
         if (positional.size() != n) throw UsageError(kUsage);
     };
     std::unique_ptr<Device> device;
-    if (!xml.empty()) device = std::make_unique<XmlDevice>(xml);
-    else device = std::make_unique<SimulatedSystem>();
+    if (!xml.empty())
+        device = std::make_unique<XmlDevice>(xml);
+    else
+        device = std::make_unique<SimulatedSystem>();
 #ifdef QUILLON_HAVE_GUI
     if (command == "--screenshot") return need(1), screenshot(*device, positional[0], select);
 #endif
@@ -381,7 +412,8 @@ int run(std::vector<std::string> args) {
     if (command == "get") return need(1), get(*device, positional[0]);
     if (command == "set") return need(2), set(*device, positional[0], positional[1]);
     if (command == "exec") return need(1), exec(*device, positional[0]);
-    if (command == "download") return need(2), transfer(*device, true, positional[0], positional[1]);
+    if (command == "download")
+        return need(2), transfer(*device, true, positional[0], positional[1]);
     if (command == "upload") return need(2), transfer(*device, false, positional[0], positional[1]);
     throw UsageError(kUsage);
 }

@@ -31,14 +31,18 @@ std::string selectedDeviceFile(GenApi::INodeMap* nodeMap) {
 }
 
 // Progress ranges and positions are 32-bit; larger files wrap there only.
-int32_t progressValue(int64_t value) { return static_cast<int32_t>(value); }
+int32_t progressValue(int64_t value) {
+    return static_cast<int32_t>(value);
+}
 
 } // namespace
 
 FileTransferSession::FileTransferSession(GenApi::INodeMap* nodeMap, FileTransferPlatform platform)
     : nodeMap_(nodeMap), platform_(std::move(platform)) {}
 
-FileTransferSession::~FileTransferSession() { WaitForTransfer(); }
+FileTransferSession::~FileTransferSession() {
+    WaitForTransfer();
+}
 
 std::string FileTransferSession::FillFileList() {
     files_.clear();
@@ -62,14 +66,17 @@ std::string FileTransferSession::SelectFile(size_t index) {
     std::string label;
     try {
         GenApi::CEnumEntryPtr entry(files_[index].entry);
-        GenApi::CEnumerationPtr(nodeMap_->GetNode("FileSelector"))->FromString(entry->GetSymbolic());
+        GenApi::CEnumerationPtr(nodeMap_->GetNode("FileSelector"))
+            ->FromString(entry->GetSymbolic());
         label = std::string(files_[index].entry->GetDescription());
         platform_.buttons.EnableDownload(false);
         platform_.buttons.EnableUpload(false);
         GenApi::StringList_t modes;
         GenApi::CEnumerationPtr(nodeMap_->GetNode("FileOpenMode"))->GetSymbolics(modes);
-        if (std::find(modes.begin(), modes.end(), "Read") != modes.end()) platform_.buttons.EnableDownload(true);
-        if (std::find(modes.begin(), modes.end(), "Write") != modes.end()) platform_.buttons.EnableUpload(true);
+        if (std::find(modes.begin(), modes.end(), "Read") != modes.end())
+            platform_.buttons.EnableDownload(true);
+        if (std::find(modes.begin(), modes.end(), "Write") != modes.end())
+            platform_.buttons.EnableUpload(true);
     } catch (const GenICam::GenericException& e) {
         label = e.GetDescription();
     }
@@ -90,13 +97,19 @@ std::string FileTransferSession::ProposedLocalName() const {
     } catch (const GenICam::GenericException&) {
         // Without a readable identity the name starts with "_".
     }
-    std::string name = prefix + "_" + (current_ < files_.size() ? files_[current_].displayName : std::string()) + ".bin";
+    std::string name = prefix + "_" +
+                       (current_ < files_.size() ? files_[current_].displayName : std::string()) +
+                       ".bin";
     std::replace(name.begin(), name.end(), ' ', '_');
     return name;
 }
 
-bool FileTransferSession::StartDownload() { return start(FileDialog::Kind::Save); }
-bool FileTransferSession::StartUpload() { return start(FileDialog::Kind::Open); }
+bool FileTransferSession::StartDownload() {
+    return start(FileDialog::Kind::Save);
+}
+bool FileTransferSession::StartUpload() {
+    return start(FileDialog::Kind::Open);
+}
 
 bool FileTransferSession::start(FileDialog::Kind kind) {
     if (cancel_) return false; // the dialog is closing
@@ -113,8 +126,10 @@ bool FileTransferSession::start(FileDialog::Kind kind) {
     if (previous.joinable()) previous.join();
     std::lock_guard lock(slots_);
     transfer_ = std::thread([this, kind, path = localPath_] {
-        if (kind == FileDialog::Kind::Save) Download(path);
-        else Upload(path);
+        if (kind == FileDialog::Kind::Save)
+            Download(path);
+        else
+            Upload(path);
     });
     return true;
 }
@@ -150,14 +165,19 @@ void FileTransferSession::WaitForTransfer() {
 }
 
 void FileTransferSession::idle() {
-    if (platform_.idleWait) platform_.idleWait();
-    else QappSleep(0.001);
+    if (platform_.idleWait)
+        platform_.idleWait();
+    else
+        QappSleep(0.001);
 }
 
-void FileTransferSession::finish(const std::string& path, const char* done, const std::string& error, bool failed) {
+void FileTransferSession::finish(const std::string& path, const char* done,
+                                 const std::string& error, bool failed) {
     platform_.progress.Show(false);
-    if (failed) platform_.messages.Show(error, "Error", MessageIcon::Exclamation);
-    else platform_.messages.Show(path + done, "Success", MessageIcon::None);
+    if (failed)
+        platform_.messages.Show(error, "Error", MessageIcon::Exclamation);
+    else
+        platform_.messages.Show(path + done, "Success", MessageIcon::None);
     platform_.buttons.EnableDownload(true);
     platform_.buttons.EnableUpload(true);
 }
@@ -168,7 +188,8 @@ void FileTransferSession::Download(const std::string& localPath) {
     bool failed = false, complete = false;
     std::string error;
     try {
-        std::ofstream local(part, std::ios_base::out | std::ios_base::binary | std::ios_base::trunc);
+        std::ofstream local(part,
+                            std::ios_base::out | std::ios_base::binary | std::ios_base::trunc);
         GenApi::CIntegerPtr size(nodeMap_->GetNode("FileSize"));
         std::string deviceFile = selectedDeviceFile(nodeMap_);
         GenApi::IDevFileStream device(nodeMap_, deviceFile.c_str(), std::ios_base::in);
@@ -196,10 +217,7 @@ void FileTransferSession::Download(const std::string& localPath) {
             failed = true;
             error = "Writing " + part + " failed.";
         }
-    } catch (const GenICam::GenericException& e) {
-        failed = true;
-        error = e.what();
-    } catch (const std::exception& e) {
+    } catch (const std::exception& e) { // GenICam exceptions and stream failures alike
         failed = true;
         error = e.what();
     }
@@ -228,10 +246,12 @@ void FileTransferSession::Upload(const std::string& localPath) {
             length = static_cast<int64_t>(local.tellg());
             local.seekg(0, std::ios_base::beg);
         }
-        GenApi::CIntegerPtr size(nodeMap_->GetNode("FileSize")); // looked up as for a download, not needed
+        GenApi::CIntegerPtr size(
+            nodeMap_->GetNode("FileSize")); // looked up as for a download, not needed
         (void)size;
         std::string deviceFile = selectedDeviceFile(nodeMap_);
-        GenApi::ODevFileStream device(nodeMap_, deviceFile.c_str(), std::ios_base::out | std::ios_base::trunc);
+        GenApi::ODevFileStream device(nodeMap_, deviceFile.c_str(),
+                                      std::ios_base::out | std::ios_base::trunc);
         if (device.is_open() && local.is_open()) {
             startProgress(platform_.progress, progressValue(length));
             char buffer[kTransferChunkSize];
@@ -250,10 +270,7 @@ void FileTransferSession::Upload(const std::string& localPath) {
             } while (!local.eof());
             device.close();
         }
-    } catch (const GenICam::GenericException& e) {
-        failed = true;
-        error = e.what();
-    } catch (const std::exception& e) {
+    } catch (const std::exception& e) { // GenICam exceptions and stream failures alike
         failed = true;
         error = e.what();
     }

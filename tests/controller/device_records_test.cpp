@@ -64,10 +64,11 @@ TEST(DeviceRecords, EachKindObtainsItsNodeMapAndHandsItBack) {
     GenApi::CMemoryPort port;
     hostMap._Connect(&port);
 
-    std::vector<ControllerDeviceDesc> records = {
-        Record(CONTROLLER_DESC_LIBRARY_NODE_MAP, lib.dig), Record(CONTROLLER_DESC_LOAD_NODE_MAP, lib.sys),
-        Record(CONTROLLER_DESC_LOAD_NODE_MAP, lib.seq), Record(CONTROLLER_DESC_HOST_NODE_MAP, lib.dig),
-        Record(CONTROLLER_DESC_HOST_ONLY, 0)};
+    std::vector<ControllerDeviceDesc> records = {Record(CONTROLLER_DESC_LIBRARY_NODE_MAP, lib.dig),
+                                                 Record(CONTROLLER_DESC_LOAD_NODE_MAP, lib.sys),
+                                                 Record(CONTROLLER_DESC_LOAD_NODE_MAP, lib.seq),
+                                                 Record(CONTROLLER_DESC_HOST_NODE_MAP, lib.dig),
+                                                 Record(CONTROLLER_DESC_HOST_ONLY, 0)};
     records[3].NodeMap = hostMap._Ptr();
     records[4].NodeMap = hostMap._Ptr();
     DeviceSet set(records.data(), static_cast<int64_t>(records.size()));
@@ -96,7 +97,8 @@ TEST(DeviceRecords, EachKindObtainsItsNodeMapAndHandsItBack) {
     EXPECT_FALSE(set.devices()[3].ownsLoadedNodeMap);
     EXPECT_TRUE(set.devices()[4].hostOnly);
     EXPECT_FALSE(set.devices()[3].hostOnly);
-    EXPECT_EQ(Read(static_cast<GenApi::INodeMap*>(records[0].NodeMap), "DeviceVendorName"), "Torvex");
+    EXPECT_EQ(Read(static_cast<GenApi::INodeMap*>(records[0].NodeMap), "DeviceVendorName"),
+              "Torvex");
 }
 
 TEST(DeviceRecords, RecordsWithoutNodeMapAreSkippedButTheirTitlesCount) {
@@ -118,7 +120,8 @@ TEST(DeviceRecords, RecordsWithoutNodeMapAreSkippedButTheirTitlesCount) {
     DeviceSet set(records.data(), static_cast<int64_t>(records.size()));
 
     EXPECT_TRUE(set.devices().empty());
-    for (size_t i : {0, 1, 2, 3, 5}) EXPECT_EQ(records[i].NodeMap, nullptr) << i;
+    for (size_t i : {0, 1, 2, 3, 5})
+        EXPECT_EQ(records[i].NodeMap, nullptr) << i;
     EXPECT_EQ(records[4].NodeMap, marker); // a skipped record is left as it was
     ASSERT_TRUE(set.title().has_value());
     EXPECT_EQ(*set.title(), "from a skipped record");
@@ -155,14 +158,16 @@ TEST(DeviceRecords, EntriesCarryLabelsValuesAndTheFirstRecordsVersion) {
         const auto& second = set.devices()[1].entry.context;
         EXPECT_EQ(second.caption, "");
         EXPECT_EQ(second.secondValue, 22);
-        for (const auto& device : set.devices()) EXPECT_FALSE(device.entry.context.extended);
+        for (const auto& device : set.devices())
+            EXPECT_FALSE(device.entry.context.extended);
         EXPECT_FALSE(set.title().has_value());
     }
     records[0].Version = 4;
     records[1].Version = 3;
     DeviceSet set(records.data(), 2);
     ASSERT_EQ(set.NodeMapEntries().size(), 2u);
-    for (const auto& entry : set.NodeMapEntries()) EXPECT_TRUE(entry.context.extended);
+    for (const auto& entry : set.NodeMapEntries())
+        EXPECT_TRUE(entry.context.extended);
     EXPECT_EQ(set.NodeMapEntries()[1].context.nodeMap, records[1].NodeMap);
 }
 
@@ -170,9 +175,11 @@ TEST(DeviceRecords, AFailingDescriptionDropsOnlyItsRecord) {
     Library lib;
     const fs::path broken = fs::temp_directory_path() / "quillon_records_broken/";
     fs::create_directories(broken);
-    std::ofstream(broken / "QsysControl_sim.xml") << "<RegisterDescription><Category Name=\"Root\">";
-    std::vector<ControllerDeviceDesc> records = {Record(CONTROLLER_DESC_LOAD_NODE_MAP, lib.sys, broken.c_str()),
-                                                 Record(CONTROLLER_DESC_LIBRARY_NODE_MAP, lib.dig)};
+    std::ofstream(broken / "QsysControl_sim.xml")
+        << "<RegisterDescription><Category Name=\"Root\">";
+    std::vector<ControllerDeviceDesc> records = {
+        Record(CONTROLLER_DESC_LOAD_NODE_MAP, lib.sys, broken.c_str()),
+        Record(CONTROLLER_DESC_LIBRARY_NODE_MAP, lib.dig)};
     DeviceSet set(records.data(), 2);
     ASSERT_EQ(set.devices().size(), 1u);
     EXPECT_EQ(records[0].NodeMap, nullptr);

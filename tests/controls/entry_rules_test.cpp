@@ -10,7 +10,8 @@ using namespace quillon::controls;
 namespace {
 
 TEST(EntryRules, EveryOccurrenceOfEveryLabelIsBoldInLabelOrder) {
-    const std::string text = "Name:\tWidth\r\nType:\tInteger\r\nValue:\t640\nName:\tHeight\r\nQOR API:\r\nfoo";
+    const std::string text =
+        "Name:\tWidth\r\nType:\tInteger\r\nValue:\t640\nName:\tHeight\r\nQOR API:\r\nfoo";
     const std::vector<TextRange> ranges = BoldLabelRanges(text);
     ASSERT_EQ(ranges.size(), 5u);
     // Label by label: both "Name:" first, then "Value:", "Type:", "QOR API:".

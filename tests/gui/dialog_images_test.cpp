@@ -12,6 +12,7 @@
 #include <cstdlib>
 
 #include "browser/tessel_window.h"
+#include "gui_support.h"
 #include "inspect/file_access_window.h"
 #include "inspect/find_window.h"
 #include "sim/sim_camera.h"
@@ -37,9 +38,8 @@ TEST(DialogImages, FindWindowAndFileAccessDialog) {
     const QString dir = ImageDir(temp);
     qorvis::sim::ConnectedSimulatedCamera camera;
     MemorySettingsStore store;
-    NodeMapEntry entry;
-    entry.context.nodeMap = camera.nodeMap();
-    CTessel window(BrowserSetup{{entry}, 0, {}, false}, &store);
+    CTessel window(BrowserSetup{{quillon_gui_test::EntryOf(camera.nodeMap())}, 0, {}, false},
+                   &store);
     window.ShowFindDialog();
     quillon::inspect::FindWindow& find = window.findWindow();
     find.resize(340, 360);

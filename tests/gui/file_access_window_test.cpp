@@ -18,6 +18,7 @@
 #include "GenApi/GenApi.h"
 #include "browser/tessel_window.h"
 #include "controls/column_tree_widget.h"
+#include "gui_support.h"
 #include "inspect/file_access_window.h"
 #include "sim/sim_camera.h"
 
@@ -47,14 +48,16 @@ struct RecordingMessages final : MessageDisplay {
 int IndexOf(FileAccessWindow& window, const char* symbolic) {
     const auto& files = window.session().Files();
     for (size_t i = 0; i < files.size(); ++i)
-        if (std::string(GenApi::CEnumEntryPtr(files[i].entry)->GetSymbolic()) == symbolic) return static_cast<int>(i);
+        if (std::string(GenApi::CEnumEntryPtr(files[i].entry)->GetSymbolic()) == symbolic)
+            return static_cast<int>(i);
     return -1;
 }
 
 TEST(FileAccessWindow, DownloadsTheSelectedDeviceFileThroughTheButton) {
     qorvis::sim::ConnectedSimulatedCamera camera;
     std::vector<uint8_t> content(5000);
-    for (size_t i = 0; i < content.size(); ++i) content[i] = static_cast<uint8_t>((i * 37 + 11) % 253);
+    for (size_t i = 0; i < content.size(); ++i)
+        content[i] = static_cast<uint8_t>((i * 37 + 11) % 253);
     ASSERT_TRUE(camera.device.setFileContents("UserSet2", content));
     AnsweringDialog dialog;
     RecordingMessages messages;
@@ -75,7 +78,8 @@ TEST(FileAccessWindow, DownloadsTheSelectedDeviceFileThroughTheButton) {
     window.fileCombo().setCurrentIndex(userSet2);
     EXPECT_EQ(window.session().CurrentFile(), static_cast<size_t>(userSet2));
     EXPECT_EQ(window.description().text().toStdString(),
-              std::string(window.session().Files()[static_cast<size_t>(userSet2)].entry->GetDescription()));
+              std::string(
+                  window.session().Files()[static_cast<size_t>(userSet2)].entry->GetDescription()));
 
     QTemporaryDir dir;
     ASSERT_TRUE(dir.isValid());
@@ -88,7 +92,8 @@ TEST(FileAccessWindow, DownloadsTheSelectedDeviceFileThroughTheButton) {
 
     ASSERT_EQ(dialog.asked, std::vector<FileDialog::Kind>{FileDialog::Kind::Save});
     std::ifstream in(target, std::ios::binary);
-    const std::vector<uint8_t> local{std::istreambuf_iterator<char>(in), std::istreambuf_iterator<char>()};
+    const std::vector<uint8_t> local{std::istreambuf_iterator<char>(in),
+                                     std::istreambuf_iterator<char>()};
     EXPECT_EQ(local, content);
     ASSERT_EQ(messages.texts.size(), 1u);
     EXPECT_EQ(messages.texts[0], "Success: " + target + " downloaded successfully.");
@@ -107,24 +112,25 @@ TEST(FileAccessWindow, DoubleClickOnTheFileAccessCategoryOpensIt) {
     using namespace quillon::browser;
     qorvis::sim::ConnectedSimulatedCamera camera;
     MemorySettingsStore store;
-    NodeMapEntry entry;
-    entry.context.nodeMap = camera.nodeMap();
-    CTessel window(BrowserSetup{{entry}, 0, {}, false}, &store);
+    CTessel window(BrowserSetup{{quillon_gui_test::EntryOf(camera.nodeMap())}, 0, {}, false},
+                   &store);
     window.resize(600, 700);
     window.show();
     auto& tree = window.tree();
     TreeItem category = kTopLevel;
     TreeItem other = kTopLevel;
     for (const FeatureRow& row : window.session().model().categoryRows()) {
-        if (row.isFileAccessCategory) category = row.treeItem;
-        else if (row.treeItem && row.node && !other) other = row.treeItem;
+        if (row.isFileAccessCategory)
+            category = row.treeItem;
+        else if (row.treeItem && row.node && !other)
+            other = row.treeItem;
     }
     ASSERT_NE(category, kTopLevel);
     auto doubleClick = [&](TreeItem item) {
         tree.SelectItem(item); // scrolls it into view
         const QPointF at = tree.ItemRect(item).center();
-        QMouseEvent click(QEvent::MouseButtonDblClick, at, tree.viewport()->mapToGlobal(at), Qt::LeftButton,
-                          Qt::LeftButton, Qt::NoModifier);
+        QMouseEvent click(QEvent::MouseButtonDblClick, at, tree.viewport()->mapToGlobal(at),
+                          Qt::LeftButton, Qt::LeftButton, Qt::NoModifier);
         QApplication::sendEvent(tree.viewport(), &click);
     };
     ASSERT_NE(other, kTopLevel);

@@ -17,6 +17,7 @@
 #include "GenApi/GenApi.h"
 #include "browser/tessel_window.h"
 #include "controls/column_tree_widget.h"
+#include "gui_support.h"
 #include "inspect/find_window.h"
 #include "sim/sim_camera.h"
 
@@ -29,15 +30,13 @@ struct FindFixture {
     qorvis::sim::ConnectedSimulatedCamera camera;
     MemorySettingsStore store;
     CTessel window;
-    FindFixture() : window(BrowserSetup{{Entry()}, 0, {}, false}, &store) {}
-    NodeMapEntry Entry() const {
-        NodeMapEntry e;
-        e.context.nodeMap = camera.nodeMap();
-        return e;
-    }
+    FindFixture()
+        : window(BrowserSetup{{quillon_gui_test::EntryOf(camera.nodeMap())}, 0, {}, false},
+                 &store) {}
 };
 
-void Press(QWidget& target, int key, Qt::KeyboardModifiers modifiers = Qt::NoModifier, const QString& text = {}) {
+void Press(QWidget& target, int key, Qt::KeyboardModifiers modifiers = Qt::NoModifier,
+           const QString& text = {}) {
     QKeyEvent press(QEvent::KeyPress, key, modifiers, text);
     QApplication::sendEvent(&target, &press);
     QKeyEvent release(QEvent::KeyRelease, key, modifiers, text);
@@ -45,11 +44,13 @@ void Press(QWidget& target, int key, Qt::KeyboardModifiers modifiers = Qt::NoMod
 }
 
 void Type(QWidget& target, const QString& text) {
-    for (QChar ch : text) Press(target, ch.toUpper().unicode(), Qt::NoModifier, QString(ch));
+    for (QChar ch : text)
+        Press(target, ch.toUpper().unicode(), Qt::NoModifier, QString(ch));
 }
 
 std::string Lower(std::string s) {
-    std::transform(s.begin(), s.end(), s.begin(), [](unsigned char c) { return static_cast<char>(std::tolower(c)); });
+    std::transform(s.begin(), s.end(), s.begin(),
+                   [](unsigned char c) { return static_cast<char>(std::tolower(c)); });
     return s;
 }
 
@@ -71,8 +72,10 @@ TEST(FindWindow, CtrlFOpensItAndEnterSelectsTheFirstMatchInTheTree) {
         names.push_back(find.nameList().item(i)->text().toStdString());
         EXPECT_NE(Lower(names.back()).find("offsetx"), std::string::npos) << names.back();
     }
-    EXPECT_TRUE(std::is_sorted(names.begin(), names.end(),
-                               [](const std::string& a, const std::string& b) { return Lower(a) < Lower(b); }));
+    EXPECT_TRUE(
+        std::is_sorted(names.begin(), names.end(), [](const std::string& a, const std::string& b) {
+            return Lower(a) < Lower(b);
+        }));
 
     Press(find.queryEdit(), Qt::Key_Return);
     const TreeItem selected = f.window.tree().SelectedItem();
@@ -81,7 +84,8 @@ TEST(FindWindow, CtrlFOpensItAndEnterSelectsTheFirstMatchInTheTree) {
     const FeatureRow* row = f.window.session().model().RowForItem(selected);
     ASSERT_TRUE(row && row->node);
     EXPECT_EQ(std::string(row->node->GetName()), "OffsetX");
-    EXPECT_NE(f.window.propertyBox().toPlainText().toStdString().find("Name:\tOffsetX"), std::string::npos);
+    EXPECT_NE(f.window.propertyBox().toPlainText().toStdString().find("Name:\tOffsetX"),
+              std::string::npos);
 }
 
 TEST(FindWindow, TheFindButtonBesidePollingOpensItAndALevelChangeRefillsIt) {

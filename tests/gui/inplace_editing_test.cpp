@@ -7,15 +7,15 @@
 #include <QAbstractSpinBox>
 #include <QApplication>
 #include <QComboBox>
+#include <QHelpEvent>
 #include <QLineEdit>
+#include <QScrollBar>
 #include <QSlider>
 #include <QTableWidget>
 #include <QTest>
 #include <QTextBlock>
 #include <QTimer>
 #include <QToolTip>
-#include <QHelpEvent>
-#include <QScrollBar>
 
 #include <string>
 
@@ -24,6 +24,7 @@
 #include "browser/tessel_window.h"
 #include "controls/column_tree_widget.h"
 #include "controls/entry_controls_widget.h"
+#include "gui_support.h"
 #include "memview/memory_viewer.h"
 #include "qorvis.h"
 
@@ -51,13 +52,7 @@ struct SystemCamera {
         QsysFree(sys);
         QappFree(app);
     }
-    NodeMapEntry Entry() const {
-        NodeMapEntry e;
-        e.context.nodeMap = map;
-        e.context.objectKind = Q_DIGITIZER_OBJECT;
-        e.context.object = dig;
-        return e;
-    }
+    NodeMapEntry Entry() const { return quillon_gui_test::EntryOf(map, Q_DIGITIZER_OBJECT, dig); }
 };
 
 struct EditWindow {
@@ -71,14 +66,14 @@ struct EditWindow {
     }
     // Selects the row of the feature and answers its item.
     TreeItem Select(const char* feature) {
-        for (const FeatureRow& row : window.session().model().featureRows())
-            if (row.node && row.node->GetName() == feature && row.treeItem) {
-                window.tree().SelectItem(row.treeItem);
-                QApplication::processEvents();
-                return row.treeItem;
-            }
-        ADD_FAILURE() << feature << " has no row";
-        return kTopLevel;
+        const TreeItem item = quillon_gui_test::FeatureItem(window, feature);
+        if (!item) {
+            ADD_FAILURE() << feature << " has no row";
+            return kTopLevel;
+        }
+        window.tree().SelectItem(item);
+        QApplication::processEvents();
+        return item;
     }
     std::string ValueText(TreeItem item) {
         const std::string text = window.tree().ItemText(item);
@@ -86,7 +81,9 @@ struct EditWindow {
         const size_t begin = text.find_first_not_of(' ', tab + 1);
         return begin == std::string::npos ? std::string() : text.substr(begin);
     }
-    int64_t Int(const char* name) { return GenApi::CIntegerPtr(camera.map->GetNode(name))->GetValue(); }
+    int64_t Int(const char* name) {
+        return GenApi::CIntegerPtr(camera.map->GetNode(name))->GetValue();
+    }
 };
 
 TEST(InPlaceEditing, IntegersAreTypedSteppedAndSlid) {
@@ -150,7 +147,9 @@ TEST(InPlaceEditing, EntriesAreChosenAndBooleansToggledByTheirIcon) {
     ASSERT_GE(mono12, 0);
     combo->setCurrentIndex(mono12);
     emit combo->activated(mono12);
-    EXPECT_EQ(std::string(GenApi::CEnumerationPtr(w.camera.map->GetNode("PixelFormat"))->ToString()), "Mono12");
+    EXPECT_EQ(
+        std::string(GenApi::CEnumerationPtr(w.camera.map->GetNode("PixelFormat"))->ToString()),
+        "Mono12");
 
     // A click on a boolean's check icon in the tree toggles it.
     GenApi::CBooleanPtr reverseX(w.camera.map->GetNode("ReverseX"));
@@ -218,10 +217,13 @@ TEST(InPlaceEditing, RegisterBytesAreEditedInTheHexViewer) {
     QPushButton* button = w.window.editors().registerEdit;
     ASSERT_TRUE(button->isVisible());
     QTimer::singleShot(0, [] {
-        auto* viewer = qobject_cast<quillon::memview::MemoryViewerDialog*>(QApplication::activeModalWidget());
+        auto* viewer =
+            qobject_cast<quillon::memview::MemoryViewerDialog*>(QApplication::activeModalWidget());
         ASSERT_NE(viewer, nullptr);
         EXPECT_EQ(viewer->windowTitle().toStdString(), "GenICam register access: LUTValueAll");
-        viewer->table().item(0, quillon::memview::MemoryViewerDialog::HexColumn(3))->setText(QStringLiteral("a5"));
+        viewer->table()
+            .item(0, quillon::memview::MemoryViewerDialog::HexColumn(3))
+            ->setText(QStringLiteral("a5"));
         viewer->accept();
     });
     button->click();

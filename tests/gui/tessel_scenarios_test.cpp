@@ -27,6 +27,7 @@
 #include "browser/tessel_window.h"
 #include "controls/column_tree_layout.h"
 #include "controls/column_tree_widget.h"
+#include "gui_support.h"
 #include "inspect/file_access_window.h"
 #include "sim/sim_camera.h"
 
@@ -50,30 +51,13 @@ bool WaitFor(const std::function<bool()>& done, std::chrono::milliseconds limit)
 struct Browser {
     qorvis::sim::ConnectedSimulatedCamera camera;
     CTessel window;
-    explicit Browser(MemorySettingsStore& store) : window(BrowserSetup{{Entry(camera)}, 0, {}, false}, &store) {}
-    static NodeMapEntry Entry(const qorvis::sim::ConnectedSimulatedCamera& c) {
-        NodeMapEntry e;
-        e.context.nodeMap = c.nodeMap();
-        return e;
-    }
-    // The tree item of the first row (selector copies included) that `match` accepts.
-    TreeItem Item(const std::function<bool(const FeatureRow&)>& match) {
-        std::function<TreeItem(const FeatureRow&)> visit = [&](const FeatureRow& row) -> TreeItem {
-            if (row.treeItem && match(row)) return row.treeItem;
-            for (const FeatureRow& copy : row.selectedRows)
-                if (TreeItem found = visit(copy)) return found;
-            return kTopLevel;
-        };
-        for (const auto* rows : {&window.session().model().categoryRows(), &window.session().model().featureRows()})
-            for (const FeatureRow& row : *rows)
-                if (TreeItem found = visit(row)) return found;
-        return kTopLevel;
-    }
-    TreeItem Feature(const char* name) {
-        return Item([name](const FeatureRow& r) { return r.node && std::string(r.node->GetName()) == name; });
-    }
+    explicit Browser(MemorySettingsStore& store)
+        : window(BrowserSetup{{quillon_gui_test::EntryOf(camera.nodeMap())}, 0, {}, false},
+                 &store) {}
+    TreeItem Feature(const char* name) { return quillon_gui_test::FeatureItem(window, name); }
     TreeItem Labelled(const char* label) {
-        return Item([label](const FeatureRow& r) { return r.label == label; });
+        return quillon_gui_test::ItemWhere(
+            window, [label](const FeatureRow& r) { return r.label == label; });
     }
     std::string Text(TreeItem item) { return window.tree().ItemText(item); }
     int ValueColumnWidth() { return window.tree().findChild<QHeaderView*>()->sectionSize(1); }
@@ -104,8 +88,11 @@ TEST(TesselScenarios, PollingUpdatesLiveRowsUntilUnchecked) {
     WaitFor([] { return false; }, 300ms);
     const std::string stoppedTemperature = b.Text(temperature);
     const std::string stoppedUptime = b.Text(uptime);
-    EXPECT_FALSE(WaitFor([&] { return b.Text(temperature) != stoppedTemperature || b.Text(uptime) != stoppedUptime; },
-                         1500ms))
+    EXPECT_FALSE(WaitFor(
+        [&] {
+            return b.Text(temperature) != stoppedTemperature || b.Text(uptime) != stoppedUptime;
+        },
+        1500ms))
         << b.Text(temperature) << " / " << b.Text(uptime);
 }
 
@@ -125,7 +112,8 @@ struct DialogAnswerer {
                     files->selectFile(QString::fromStdString(path));
                     static_cast<QDialog*>(files)->accept(); // QFileDialog::accept, protected there
                 } else if (auto* box = qobject_cast<QMessageBox*>(w)) {
-                    messages.push_back(box->windowTitle().toStdString() + ": " + box->text().toStdString());
+                    messages.push_back(box->windowTitle().toStdString() + ": " +
+                                       box->text().toStdString());
                     box->accept();
                 }
             }
@@ -143,7 +131,8 @@ TEST(TesselScenarios, FileRoundTripThroughTheFileAccessDialog) {
     MemorySettingsStore store;
     Browser b(store);
     b.window.show();
-    const TreeItem category = b.Item([](const FeatureRow& r) { return r.isFileAccessCategory; });
+    const TreeItem category = quillon_gui_test::ItemWhere(
+        b.window, [](const FeatureRow& r) { return r.isFileAccessCategory; });
     ASSERT_NE(category, kTopLevel);
     ASSERT_TRUE(b.window.OpenFileAccess(category));
     quillon::inspect::FileAccessWindow* dialog = b.window.fileAccessWindow();
@@ -154,12 +143,14 @@ TEST(TesselScenarios, FileRoundTripThroughTheFileAccessDialog) {
 
     // More than two transfer chunks, the last one partial.
     std::vector<uint8_t> content(5000);
-    for (size_t i = 0; i < content.size(); ++i) content[i] = static_cast<uint8_t>((i * 131 + 7) % 251);
+    for (size_t i = 0; i < content.size(); ++i)
+        content[i] = static_cast<uint8_t>((i * 131 + 7) % 251);
     QTemporaryDir dir;
     ASSERT_TRUE(dir.isValid());
     const std::string local = dir.filePath(QStringLiteral("upload.bin")).toStdString();
-    std::ofstream(local, std::ios::binary).write(reinterpret_cast<const char*>(content.data()),
-                                                 static_cast<std::streamsize>(content.size()));
+    std::ofstream(local, std::ios::binary)
+        .write(reinterpret_cast<const char*>(content.data()),
+               static_cast<std::streamsize>(content.size()));
 
     DialogAnswerer answers;
     answers.path = local;
@@ -195,15 +186,19 @@ TEST(TesselScenarios, ResizingAndScrollingTheTree) {
 
     // Narrower than the name column plus what the value column keeps.
     b.window.resize(300, 400);
-    ASSERT_TRUE(WaitFor([&] { return tree.viewport()->width() < 200 + quillon::controls::kMinLastColumnWidth; }, 1000ms));
+    ASSERT_TRUE(WaitFor(
+        [&] { return tree.viewport()->width() < 200 + quillon::controls::kMinLastColumnWidth; },
+        1000ms));
     EXPECT_GE(b.ValueColumnWidth(), quillon::controls::kMinLastColumnWidth);
     EXPECT_EQ(tree.NameColumnWidth(), 200);
 
     // Both columns, and at least 300 pixels past the name column, are reachable.
     QScrollBar& h = *tree.horizontalScrollBar();
     EXPECT_EQ(h.minimum(), 0);
-    EXPECT_GE(h.maximum() + tree.viewport()->width(), tree.NameColumnWidth() + quillon::controls::kTreeColumnReach);
-    EXPECT_GE(h.maximum() + tree.viewport()->width(), tree.NameColumnWidth() + b.ValueColumnWidth() - 1);
+    EXPECT_GE(h.maximum() + tree.viewport()->width(),
+              tree.NameColumnWidth() + quillon::controls::kTreeColumnReach);
+    EXPECT_GE(h.maximum() + tree.viewport()->width(),
+              tree.NameColumnWidth() + b.ValueColumnWidth() - 1);
     const QHeaderView& header = *tree.findChild<QHeaderView*>();
     h.triggerAction(QAbstractSlider::SliderToMaximum);
     EXPECT_GT(h.value(), 0);
@@ -229,7 +224,8 @@ TEST(TesselScenarios, ResizingAndScrollingTheTree) {
     EXPECT_TRUE(tree.ItemRect(top[0]).bottom() < 0) << "a row scrolled off lies above the viewport";
 }
 
-void Fill(MemorySettingsStore& store, int32_t x, int32_t y, int32_t width, int32_t height, int32_t name, int32_t level) {
+void Fill(MemorySettingsStore& store, int32_t x, int32_t y, int32_t width, int32_t height,
+          int32_t name, int32_t level) {
     store.Write(kSettingsKey, kPosX, x);
     store.Write(kSettingsKey, kPosY, y);
     store.Write(kSettingsKey, kWidth, width);
@@ -248,7 +244,8 @@ TEST(TesselScenarios, PlacementColumnsAndLevelComeBackFromTheSettings) {
         EXPECT_EQ(b.window.tree().NameColumnWidth(), 150);
         EXPECT_EQ(b.window.levelCombo().currentIndex(), 0);
         EXPECT_EQ(b.window.session().userLevel(), kStandard);
-        EXPECT_EQ(b.Labelled("LUT Control"), kTopLevel) << "an Expert category is not shown at Standard";
+        EXPECT_EQ(b.Labelled("LUT Control"), kTopLevel)
+            << "an Expert category is not shown at Standard";
         EXPECT_NE(b.Feature("Width"), kTopLevel);
     }
     MemorySettingsStore unplaced;

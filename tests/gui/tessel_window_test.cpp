@@ -18,6 +18,7 @@
 #include "browser/browser_title.h"
 #include "browser/tessel_window.h"
 #include "controls/column_tree_widget.h"
+#include "gui_support.h"
 #include "sim/sim_camera.h"
 
 using namespace quillon::browser;
@@ -26,12 +27,14 @@ using quillon::controls::ColumnTreeWidget;
 namespace {
 
 std::string Trimmed(std::string s) {
-    while (!s.empty() && s.back() == ' ') s.pop_back();
+    while (!s.empty() && s.back() == ' ')
+        s.pop_back();
     return s;
 }
 
 // The first item (depth first) whose name column reads `name`.
-TreeItem FindItem(const ColumnTreeWidget& tree, const std::string& name, TreeItem parent = kTopLevel) {
+TreeItem FindItem(const ColumnTreeWidget& tree, const std::string& name,
+                  TreeItem parent = kTopLevel) {
     for (TreeItem item : tree.Children(parent)) {
         const std::string text = tree.ItemText(item);
         if (Trimmed(text.substr(0, text.find('\t'))) == name) return item;
@@ -44,12 +47,9 @@ struct CameraWindow {
     qorvis::sim::ConnectedSimulatedCamera camera;
     MemorySettingsStore store;
     CTessel window;
-    CameraWindow() : window(BrowserSetup{{Entry()}, 0, {}, false}, &store) {}
-    NodeMapEntry Entry() const {
-        NodeMapEntry e;
-        e.context.nodeMap = camera.nodeMap();
-        return e;
-    }
+    CameraWindow()
+        : window(BrowserSetup{{quillon_gui_test::EntryOf(camera.nodeMap())}, 0, {}, false},
+                 &store) {}
 };
 
 // Whether any pixel of `rect` in the image has exactly `colour`.
@@ -75,7 +75,8 @@ TEST(TesselWindow, ShowsTheCameraTreeTitleAndControls) {
     // The widget holds exactly the rows the session's model built, with their texts.
     const ColumnTreeWidget& tree = w.window.tree();
     size_t rows = 0;
-    for (const auto* list : {&w.window.session().model().featureRows(), &w.window.session().model().categoryRows()})
+    for (const auto* list :
+         {&w.window.session().model().featureRows(), &w.window.session().model().categoryRows()})
         for (const FeatureRow& row : *list)
             if (row.treeItem) {
                 ++rows;

@@ -24,7 +24,8 @@ Outcome runCommand(const std::string& command) {
     if (!pipe) return run;
     std::array<char, 4096> chunk;
     size_t n;
-    while ((n = fread(chunk.data(), 1, chunk.size(), pipe)) > 0) run.out.append(chunk.data(), n);
+    while ((n = fread(chunk.data(), 1, chunk.size(), pipe)) > 0)
+        run.out.append(chunk.data(), n);
     int raw = pclose(pipe);
     run.status = WIFEXITED(raw) ? WEXITSTATUS(raw) : -1;
     return run;
@@ -34,7 +35,9 @@ Outcome quillon(const std::string& arguments) {
     return runCommand(std::string(QUILLON_EXECUTABLE) + " " + arguments + " 2>&1");
 }
 
-bool has(const std::string& text, const std::string& piece) { return text.find(piece) != std::string::npos; }
+bool has(const std::string& text, const std::string& piece) {
+    return text.find(piece) != std::string::npos;
+}
 
 } // namespace
 
@@ -42,7 +45,8 @@ TEST(QuillonCommand, PrintsTheSimulatedSystemsTreeAndProperties) {
     Outcome tree = quillon("tree --level standard");
     ASSERT_EQ(tree.status, 0) << tree.out;
     // Four captioned entries at depth 0, features indented by depth.
-    for (const char* line : {"\nSystem\n", "\nDigitizer\n", "\nSequence\n", "\nCamera\n", "\n    Width \t 1280\n"})
+    for (const char* line :
+         {"\nSystem\n", "\nDigitizer\n", "\nSequence\n", "\nCamera\n", "\n    Width \t 1280\n"})
         EXPECT_TRUE(has("\n" + tree.out, line)) << line;
     Outcome props = quillon("props Width");
     ASSERT_EQ(props.status, 0) << props.out;
@@ -84,7 +88,8 @@ struct TempHome {
 
 // Standard output only; standard error carries Qt's platform notes.
 Outcome quillonWith(const std::string& environment, const std::string& arguments) {
-    return runCommand("env " + environment + " " + QUILLON_EXECUTABLE + " " + arguments + " 2>/dev/null");
+    return runCommand("env " + environment + " " + QUILLON_EXECUTABLE + " " + arguments +
+                      " 2>/dev/null");
 }
 
 void expectPng(const std::string& path) {
@@ -96,7 +101,8 @@ void expectPng(const std::string& path) {
     const long size = std::ftell(file);
     std::fclose(file);
     EXPECT_EQ(got, signature.size());
-    EXPECT_EQ(signature, (std::array<unsigned char, 8>{0x89, 'P', 'N', 'G', '\r', '\n', 0x1A, '\n'}));
+    EXPECT_EQ(signature,
+              (std::array<unsigned char, 8>{0x89, 'P', 'N', 'G', '\r', '\n', 0x1A, '\n'}));
     EXPECT_GT(size, 1000);
 }
 
@@ -128,9 +134,11 @@ TEST(QuillonCommand, SavesTheBrowserWindowAsPng) {
     EXPECT_EQ(run.out, "quillon: saved the browser window to " + png + "\n");
     expectPng(png);
     // A selected feature shows with its editor; an unknown one is refused.
-    run = quillonWith(std::string(kHeadless) + " HOME=" + home.path, "--screenshot " + png + " --select Width");
+    run = quillonWith(std::string(kHeadless) + " HOME=" + home.path,
+                      "--screenshot " + png + " --select Width");
     EXPECT_EQ(run.status, 0) << run.out;
-    run = quillonWith(std::string(kHeadless) + " HOME=" + home.path, "--screenshot " + png + " --select Nope");
+    run = quillonWith(std::string(kHeadless) + " HOME=" + home.path,
+                      "--screenshot " + png + " --select Nope");
     EXPECT_EQ(run.status, 2); // the reason goes to stderr
     EXPECT_EQ(run.out, "");
 }
@@ -153,8 +161,9 @@ TEST(QuillonHost, WithoutDisplayPrintsTheTreeTheLibraryHandedBackAndSavesTheWind
 
     // A description file as the host's own node map.
     const std::string xmlPng = home.path + "/xml.png";
-    Outcome xml = quillonWith(std::string(kHeadless) + " HOME=" + home.path,
-                              "--xml " QUILLON_SOURCE_DIR "/data/QseqControl.xml --image " + xmlPng);
+    Outcome xml =
+        quillonWith(std::string(kHeadless) + " HOME=" + home.path,
+                    "--xml " QUILLON_SOURCE_DIR "/data/QseqControl.xml --image " + xmlPng);
     ASSERT_EQ(xml.status, 0) << xml.out;
     Outcome xmlTree = quillon("tree --xml " QUILLON_SOURCE_DIR "/data/QseqControl.xml");
     EXPECT_EQ(xml.out, xmlTree.out + "quillon: saved the browser window to " + xmlPng + "\n");
@@ -163,7 +172,8 @@ TEST(QuillonHost, WithoutDisplayPrintsTheTreeTheLibraryHandedBackAndSavesTheWind
 TEST(QuillonHost, RunsTheBrowserModallyOrModelessUntilItCloses) {
     TempHome home;
     const std::string environment = std::string(kDisplay) + " HOME=" + home.path;
-    for (const char* arguments : {"", "--modeless", "--xml " QUILLON_SOURCE_DIR "/data/QsysControl_sim.xml"}) {
+    for (const char* arguments :
+         {"", "--modeless", "--xml " QUILLON_SOURCE_DIR "/data/QsysControl_sim.xml"}) {
         Outcome run = quillonWith(environment, arguments);
         EXPECT_EQ(run.status, 0) << arguments << ": " << run.out;
         EXPECT_EQ(run.out, "") << arguments;
