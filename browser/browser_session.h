@@ -10,7 +10,7 @@
 
 #include "browser/browser_settings.h"
 #include "browser/feature_polling.h"
-#include "browser/feature_row.h"
+#include "types/feature_row.h"
 #include "browser/tree_model.h"
 
 namespace quillon::browser {

@@ -8,7 +8,7 @@
 #include <string>
 #include <vector>
 
-#include "browser/feature_row.h"
+#include "types/feature_row.h"
 
 namespace quillon::browser {
 

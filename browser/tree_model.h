@@ -9,7 +9,7 @@
 #include <vector>
 
 #include "GenApi/Interfaces.h"
-#include "browser/feature_row.h"
+#include "types/feature_row.h"
 
 namespace quillon::browser {
 

@@ -6,7 +6,7 @@
 #include <string_view>
 
 #include "GenApi/Interfaces.h"
-#include "browser/feature_row.h"
+#include "types/feature_row.h"
 
 namespace quillon::browser {
 

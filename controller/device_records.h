@@ -10,7 +10,7 @@
 #include <string>
 #include <vector>
 
-#include "browser/feature_row.h"
+#include "types/feature_row.h"
 #include "quillon.h"
 
 class CQorTransportLayerBase;

@@ -12,7 +12,7 @@
 #include <string>
 #include <vector>
 
-#include "browser/feature_row.h"
+#include "types/feature_row.h"
 #include "controls/column_tree_input.h"
 #include "controls/column_tree_layout.h"
 

@@ -25,7 +25,7 @@
 #include <vector>
 
 #include "GenApi/GenApi.h"
-#include "browser/feature_row.h"
+#include "types/feature_row.h"
 #include "browser/text_tree.h"
 #include "browser/tree_model.h"
 #include "browser_host.h"

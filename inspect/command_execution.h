@@ -8,7 +8,7 @@
 #include <string>
 
 #include "GenApi/Interfaces.h"
-#include "browser/row_context.h"
+#include "types/row_context.h"
 #include "inspect/register_editing.h"
 
 namespace quillon::inspect {

@@ -8,7 +8,7 @@
 #include <vector>
 
 #include "GenApi/Interfaces.h"
-#include "browser/row_context.h"
+#include "types/row_context.h"
 
 namespace quillon::inspect {
 

@@ -6,7 +6,7 @@
 #include <string>
 
 #include "GenApi/Interfaces.h"
-#include "browser/row_context.h"
+#include "types/row_context.h"
 
 namespace quillon::inspect {
 

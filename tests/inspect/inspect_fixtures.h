@@ -10,7 +10,7 @@
 
 #include "GenApi/GenApi.h"
 #include "GenApi/MemoryPort.h"
-#include "browser/row_context.h"
+#include "types/row_context.h"
 #include "../support/inline_description.h"
 
 namespace quillon_inspect_test {

@@ -1,4 +1,4 @@
-#include "row_context.h"
+#include "types/row_context.h"
 
 namespace quillon::browser {
 

@@ -9,7 +9,7 @@
 
 #include "GenApi/Callback.h"
 #include "GenApi/Interfaces.h"
-#include "browser/row_context.h"
+#include "types/row_context.h"
 
 namespace quillon::browser {
 
