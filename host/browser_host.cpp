@@ -18,6 +18,7 @@
 #include "browser/tree_model.h"
 #include "qorvis.h"
 #include "quillon.h"
+#include "tool_device.h"
 
 namespace quillon::host {
 
@@ -47,7 +48,7 @@ public:
 // The imaging library's objects and the records that describe them.
 class HostDevices {
 public:
-    explicit HostDevices(const std::string& xml) : dataDirectory_(DataDirectory()) {
+    explicit HostDevices(const std::string& xml) : dataDirectory_(tool::DataDirectory()) {
         QappControl(Q_DEFAULT_APPLICATION, Q_ERROR_PRINT, Q_PRINT_DISABLE);
         QappAlloc(QOR_TEXT(""), &app_);
         QsysAlloc(app_, Q_SYSTEM_SIMULATED, 0, Q_DEFAULT, &sys_);
@@ -152,7 +153,7 @@ int RunHeadless(const BrowserLibrary& library, HostDevices& devices, const std::
     guard.window = static_cast<ControllerWindowHandle>(window);
     QWidget* widget = window ? QWidget::find(static_cast<WId>(window)) : nullptr;
     if (!widget) throw std::runtime_error("the browser window could not be opened");
-    PrintTree(devices.Entries(), browser::kGuru);
+    tool::PrintTree(devices.Entries(), browser::kGuru);
     if (!browser::SaveWindowImage(*widget, QString::fromStdString(image)))
         throw std::runtime_error("could not save the window image to '" + image + "'");
     std::printf("quillon: saved the browser window to %s\n", image.c_str());
@@ -194,19 +195,10 @@ int RunModeless(const BrowserLibrary& library, HostDevices& devices) {
 
 } // namespace
 
-int RunBrowserHost(const std::vector<std::string>& args) {
-    std::string xml, image = "quillon.png";
-    bool modeless = false;
-    for (size_t i = 0; i < args.size(); ++i) {
-        if (args[i] == "--xml" && i + 1 < args.size())
-            xml = args[++i];
-        else if (args[i] == "--image" && i + 1 < args.size())
-            image = args[++i];
-        else if (args[i] == "--modeless")
-            modeless = true;
-        else
-            throw std::invalid_argument("unknown host option '" + args[i] + "'");
-    }
+int RunBrowserHost(const tool::Args& args) {
+    const std::string image = args.Value("--image", "quillon.png");
+    const bool modeless = args.Flag("--modeless");
+    const std::string xml = args.Value("--xml");
     BrowserLibrary library;
     HostDevices devices(xml);
     if (!HaveDisplay()) return RunHeadless(library, devices, image);

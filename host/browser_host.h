@@ -6,22 +6,14 @@
 #include <string>
 #include <vector>
 
-#include "types/feature_row.h"
+#include "tool.h"
 
 namespace quillon::host {
-
-// The folder of the library objects' descriptions, ending with '/':
-// QUILLON_DATA_DIR, else the source tree's data/.
-std::string DataDirectory();
-
-// Prints the feature tree at `level` as `quillon tree` does. On a GenICam
-// failure the rows built before it are printed and the exception passes on.
-void PrintTree(const std::vector<browser::NodeMapEntry>& entries, int level);
 
 // quillon [--xml FILE] [--modeless] [--image OUT.png]
 // With a display: the browser runs modally (or modeless over the host's own
 // main window) until it is closed. Without one: the tree is printed and the
 // window saved as OUT.png (default quillon.png). Returns the exit status.
-int RunBrowserHost(const std::vector<std::string>& args);
+int RunBrowserHost(const tool::Args& args);
 
 } // namespace quillon::host

@@ -1,0 +1,132 @@
+#include "tool_device.h"
+
+#include <cstdio>
+#include <cstdlib>
+
+#include "GenApi/MemoryPort.h"
+#include "browser/text_tree.h"
+#include "browser/tree_model.h"
+#include "node_map_loading.h"
+#include "qorvis.h"
+#include "tool.h"
+
+using namespace GenApi;
+
+namespace quillon::tool {
+
+std::string DataDirectory() {
+    if (const char* dir = std::getenv("QUILLON_DATA_DIR")) {
+        std::string d(dir);
+        return d.empty() || d.back() == '/' ? d : d + "/";
+    }
+    return QUILLON_DEFAULT_DATA_DIR;
+}
+
+std::pair<INode*, const browser::NodeMapContext*> Device::find(const std::string& name) const {
+    for (const auto& e : entries_)
+        if (INode* n = e.context.nodeMap->GetNode(name.c_str())) return {n, &e.context};
+    throw UsageError("no feature named '" + name + "'");
+}
+
+void PrintTree(const std::vector<browser::NodeMapEntry>& entries, int level) {
+    browser::TextTree sink;
+    browser::FeatureTreeModel model(sink, nullptr);
+    try {
+        model.Build(entries, level);
+    } catch (const GenICam::GenericException&) {
+        // The browser keeps the rows built before the failure and shows the
+        // message in its error box: so does the command, on stderr.
+        std::fputs(sink.Print().c_str(), stdout);
+        throw;
+    }
+    std::fputs(sink.Print().c_str(), stdout);
+}
+
+namespace {
+
+// A description over zero-filled memory: every port node it declares reads
+// the same memory, so chunk and transport-layer ports don't stop the tree.
+class XmlDevice final : public Device {
+public:
+    explicit XmlDevice(const std::string& file) {
+        map_._LoadXMLFromFile(file.c_str());
+        NodeList_t nodes;
+        map_._GetNodes(nodes);
+        for (INode* node : nodes)
+            if (node->GetPrincipalInterfaceType() == intfIPort)
+                map_._Connect(&port_, node->GetName());
+        browser::NodeMapEntry e;
+        e.context.nodeMap = map_._Ptr();
+        entries_.push_back(e);
+    }
+
+private:
+    CMemoryPort port_;
+    CNodeMapRef map_;
+};
+
+class SimulatedSystem final : public Device {
+public:
+    SimulatedSystem() {
+        QappControl(Q_DEFAULT_APPLICATION, Q_ERROR_PRINT, Q_PRINT_DISABLE);
+        QappAlloc(QOR_TEXT(""), &app_);
+        QsysAlloc(app_, QOR_TEXT("Q_SYSTEM_SIMULATED"), 0, Q_DEFAULT, &sys_);
+        QdigAlloc(sys_, 0, QOR_TEXT(""), Q_DEFAULT, &dig_);
+        QseqAlloc(sys_, 0, 1, Q_DEFAULT, &seq_);
+        if (!sys_ || !dig_ || !seq_)
+            throw UsageError("the simulated system could not be allocated");
+        std::string dir = DataDirectory();
+        add("System", sys_, Q_SYSTEM_OBJECT, dir);
+        add("Digitizer", dig_, Q_DIGITIZER_OBJECT, dir);
+        add("Sequence", seq_, Q_SEQUENCE_OBJECT, dir);
+        QOR_INT64 camera = 0;
+        QdigInquire(dig_, Q_GC_NODE_MAP, &camera);
+        if (camera) {
+            browser::NodeMapEntry e;
+            e.context.nodeMap = reinterpret_cast<INodeMap*>(camera);
+            e.context.caption = "Camera";
+            e.context.objectKind = Q_DIGITIZER_OBJECT;
+            e.context.object = dig_;
+            entries_.push_back(e);
+        }
+    }
+    ~SimulatedSystem() override {
+        loaded_.clear(); // node maps before their ports, all before the objects
+        QseqFree(seq_);
+        QdigFree(dig_);
+        QsysFree(sys_);
+        QappFree(app_);
+    }
+
+private:
+    struct Loaded {
+        std::unique_ptr<CQorTransportLayerBase> port;
+        std::unique_ptr<NodeMapReference> map;
+        ~Loaded() { map.reset(); }
+    };
+    void add(const char* caption, QOR_ID object, int64_t kind, const std::string& dir) {
+        auto loaded = std::make_unique<Loaded>();
+        loaded->map = LoadNodeMapForObject(object, loaded->port, dir);
+        if (!loaded->map)
+            throw UsageError(std::string("no description of the simulated ") + caption + " in " +
+                             dir);
+        browser::NodeMapEntry e;
+        e.context.nodeMap = loaded->map->map._Ptr();
+        e.context.caption = caption;
+        e.context.objectKind = kind;
+        e.context.object = object;
+        entries_.push_back(e);
+        loaded_.push_back(std::move(loaded));
+    }
+    QOR_ID app_ = 0, sys_ = 0, dig_ = 0, seq_ = 0;
+    std::vector<std::unique_ptr<Loaded>> loaded_;
+};
+
+} // namespace
+
+std::unique_ptr<Device> OpenDevice(const Args& args) {
+    if (std::string xml = args.Value("--xml"); !xml.empty()) return std::make_unique<XmlDevice>(xml);
+    return std::make_unique<SimulatedSystem>();
+}
+
+} // namespace quillon::tool

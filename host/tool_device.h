@@ -1,0 +1,43 @@
+// What a quillon subcommand works on: the node maps of a DEVICE, and what
+// keeps them alive while the command runs.
+#pragma once
+
+#include <memory>
+#include <string>
+#include <utility>
+#include <vector>
+
+#include "GenApi/GenApi.h"
+#include "types/feature_row.h"
+
+namespace quillon::tool {
+
+struct Args;
+
+// The folder of the library objects' descriptions, ending with '/':
+// QUILLON_DATA_DIR, else the one the build names.
+std::string DataDirectory();
+
+// The node maps of one device, captioned as the browser shows them.
+class Device {
+public:
+    virtual ~Device() = default;
+    const std::vector<browser::NodeMapEntry>& entries() const { return entries_; }
+
+    // The first entry holding a node of that name; a UsageError when none does.
+    std::pair<GenApi::INode*, const browser::NodeMapContext*> find(const std::string& name) const;
+
+protected:
+    std::vector<browser::NodeMapEntry> entries_;
+};
+
+// The device the arguments name: --xml FILE (the description over a
+// zero-filled memory, every port of it connected), or else the embedded
+// simulated system (system, digitizer, sequence and camera).
+std::unique_ptr<Device> OpenDevice(const Args& args);
+
+// Prints the feature tree at `level` as `quillon tree` does. On a GenICam
+// failure the rows built before it are printed and the exception passes on.
+void PrintTree(const std::vector<browser::NodeMapEntry>& entries, int level);
+
+} // namespace quillon::tool
