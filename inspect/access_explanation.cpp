@@ -534,9 +534,13 @@ AccessExplanation ExplainAccess(INode* node) {
     AddDependents(node, chainNodes, out.facts);
     std::vector<std::string> invalidators;
     for (INode* n : chainNodes)
-        for (const std::string& name : PropertyValues(n, "pInvalidator"))
-            if (std::find(invalidators.begin(), invalidators.end(), name) == invalidators.end())
-                invalidators.push_back(name);
+        for (const std::string& name : PropertyValues(n, "pInvalidator")) {
+            // A hidden node is named with the feature that writes it.
+            INode* feature = FeatureOver(n->GetNodeMap()->GetNode(name.c_str()));
+            std::string shown = feature ? NameOf(feature) + " (" + name + ")" : name;
+            if (std::find(invalidators.begin(), invalidators.end(), shown) == invalidators.end())
+                invalidators.push_back(shown);
+        }
     if (!invalidators.empty())
         out.facts.push_back("Read anew after: " + Join(invalidators, ", ") + " (pInvalidator)");
 

@@ -181,7 +181,7 @@ TEST(SelectorSlices, CellsSayInOneWordWhyTheyCannotBeRead) {
     const uint32_t five = 5, nine = 9;
     d.port.Write(&five, 0x104, 4); // V under B
     d.port.Write(&nine, 0x204, 4); // E under B: no entry has 9
-    GenApi::CEnumerationPtr(d.node("S"))->FromString("B");
+    GenApi::CEnumerationPtr(d.node("S"))->FromString("A");
 
     const std::vector<SliceTable> tables = ReadSlices(d.node("S"));
     EXPECT_EQ(SlicesText(tables, SliceLayout::Tabs),
@@ -192,7 +192,7 @@ TEST(SelectorSlices, CellsSayInOneWordWhyTheyCannotBeRead) {
     EXPECT_EQ(SlicesText(tables, SliceLayout::Aligned).substr(0, 52),
               "S  V        U            E        W           X\n"
               "A  0");
-    EXPECT_EQ(Value(d.node("S")), "B");
+    EXPECT_EQ(Value(d.node("S")), "A");
     // Neither a feature that selects nothing nor a locked selector is sliced.
     for (const char* name : {"V", "L"})
         EXPECT_THROW(ReadSlices(d.node(name)), GenICam::AccessException) << name;
