@@ -44,73 +44,60 @@ TEST(AccessExplanation, NamesTheInnermostCauseWithTheValuesThatDecideIt) {
         const char* feature;
         std::vector<std::string> lines;
     };
+    // clang-format off
     const std::vector<Case> cases = {
-        {"",
-         {{"TLParamsLocked", "1"}},
-         "Width",
-         {"Width is read-only now: TLParamsLocked = 1, DeviceStatusAcquisitionActive = 0 and "
-          "DeviceStatusStartPending = 0 make ImageFormatLocked (formula `(TLPL <> 0) || (ACQ <> 0) "
-          "|| (PEND <> 0)`) 1, which locks it (pIsLocked)",
-          "  ImageFormatLocked = 1: formula `(TLPL <> 0) || (ACQ <> 0) || (PEND <> 0)` with TLPL = "
-          "TLParamsLockedReg = 1, ACQ = DeviceStatusAcquisitionActive = 0, PEND = "
-          "DeviceStatusStartPending = 0",
-          "  Width: value from WidthReg (RW); pIsLocked ImageFormatLocked = 1 -> RO",
-          "Register: WidthReg at 0x10010, 4 bytes, AccessMode RW, port Device",
-          "Changes when written: PayloadSize, OffsetX",
-          "Read anew after: UserSetLoad, DeviceReset (pInvalidator)"}},
+        {"", {{"TLParamsLocked", "1"}}, "Width", {
+            "Width is read-only now: TLParamsLocked = 1, DeviceStatusAcquisitionActive = 0 and "
+            "DeviceStatusStartPending = 0 make ImageFormatLocked (formula `(TLPL <> 0) || "
+            "(ACQ <> 0) || (PEND <> 0)`) 1, which locks it (pIsLocked)",
+            "  ImageFormatLocked = 1: formula `(TLPL <> 0) || (ACQ <> 0) || (PEND <> 0)` with "
+            "TLPL = TLParamsLockedReg = 1, ACQ = DeviceStatusAcquisitionActive = 0, PEND = "
+            "DeviceStatusStartPending = 0",
+            "  Width: value from WidthReg (RW); pIsLocked ImageFormatLocked = 1 -> RO",
+            "Register: WidthReg at 0x10010, 4 bytes, AccessMode RW, port Device",
+            "Changes when written: PayloadSize, OffsetX",
+            "Read anew after: UserSetLoad, DeviceReset (pInvalidator)"}},
         {"", {}, "Width", {"Width is readable and writable now", "Polling: none"}},
-        {"",
-         {},
-         "UserSetSave",
-         {"UserSetSave is not available now: UserSetSelector = Default makes UserSetSaveAvailable "
-          "(formula `SEL <> 0`) 0 (pIsAvailable)"}},
-        {"",
-         {},
-         "DeviceVendorName",
-         {"DeviceVendorName is read-only now: its register is read-only (AccessMode RO)"}},
-        {"",
-         {},
-         "DeviceScanType",
-         {"DeviceScanType is read-only now: its description imposes RO (ImposedAccessMode)"}},
-        {"",
-         {},
-         "DeviceTemperature",
-         {"DeviceTemperature is read-only now: DeviceTemperatureRaw is read-only (AccessMode RO)",
-          "Polling: every 1000 ms"}},
-        {"",
-         {{"GainSelector", "DigitalAll"}},
-         "Gain",
-         {"Register: GainReg at 0x10098 (0x10090 + GainSelector (2) x 4), 4 bytes",
-          "Selected by: GainSelector = DigitalAll"}},
-        {"",
-         {{"FileSelector", "DeviceLog"}},
-         "FileOpenMode",
-         {"Entries not available now:",
-          "  Write: FileSelector = DeviceLog makes FileIsWritable (formula `SEL <> 3`) 0 "
-          "(pIsAvailable of Write)",
-          "  ReadWrite: FileSelector = DeviceLog makes FileIsWritable"}},
-        {"",
-         {},
-         "UserSetLoad",
-         {"Changes when written: nothing else",
-          "Read anew when written (pInvalidator): DeviceLinkThroughputLimitMode, Width, "}},
-        {"JAI_Pulnix_TMC-1405GE.xml",
-         {{"TLParamsLocked", "1"}},
-         "Width",
-         {"Width is read-only now: WidthReg is locked while TLParamsLocked = 1 (pIsLocked)",
-          "  WidthReg: register at 0xD300, 4 bytes, AccessMode RW, port Device, WriteThrough; "
-          "pIsLocked TLParamsLocked = 1 -> RO"}},
-        {"JAI_Pulnix_TMC-1405GE.xml",
-         {},
-         "UserScanAreaSET",
-         {"UserScanAreaSET is not available now: ScanMode = FullScanMode makes "
-          "UserScanAreaSETAvailExpr (formula `VAR_SCANMODE = 1`) 0 (pIsAvailable)"}},
-        {"FLIR_A35_thermal.xml",
-         {},
-         "SensorVideoStandard",
-         {"  PAL50HZ: SensorFrameRate = Slow makes SensorVideoStandardPAL50HZAvailExpr (formula "
-          "`VAR_SENSORFRAMERATE = 4`) 0 (pIsAvailable of PAL50HZ)"}},
+        {"", {}, "UserSetSave", {
+            "UserSetSave is not available now: UserSetSelector = Default makes "
+            "UserSetSaveAvailable (formula `SEL <> 0`) 0 (pIsAvailable)"}},
+        {"", {}, "DeviceVendorName", {
+            "DeviceVendorName is read-only now: its register is read-only (AccessMode RO)"}},
+        {"", {}, "DeviceScanType", {
+            "DeviceScanType is read-only now: its description imposes RO (ImposedAccessMode)"}},
+        {"", {}, "PayloadSize", {
+            "PayloadSize is read-only now: it is computed by the formula "
+            "`W * H * ((PF >> 16) & 0xFF) / 8`"}},
+        {"", {}, "DeviceTemperature", {
+            "DeviceTemperature is read-only now: DeviceTemperatureRaw is read-only (AccessMode RO)",
+            "Polling: every 1000 ms"}},
+        {"", {{"GainSelector", "DigitalAll"}}, "Gain", {
+            "Register: GainReg at 0x10098 (0x10090 + GainSelector (2) x 4), 4 bytes",
+            "Selected by: GainSelector = DigitalAll"}},
+        {"", {{"FileSelector", "DeviceLog"}}, "FileOpenMode", {
+            "Entries not available now:",
+            "  Write: FileSelector = DeviceLog makes FileIsWritable (formula `SEL <> 3`) 0 "
+            "(pIsAvailable of Write)",
+            "  ReadWrite: FileSelector = DeviceLog makes FileIsWritable"}},
+        {"", {}, "UserSetLoad", {
+            "Changes when written: nothing else",
+            "Read anew when written (pInvalidator): DeviceLinkThroughputLimitMode, Width, "}},
+        {"JAI_Pulnix_TMC-1405GE.xml", {{"TLParamsLocked", "1"}}, "Width", {
+            "Width is read-only now: WidthReg is locked while TLParamsLocked = 1 (pIsLocked)",
+            "  WidthReg: register at 0xD300, 4 bytes, AccessMode RW, port Device, WriteThrough; "
+            "pIsLocked TLParamsLocked = 1 -> RO"}},
+        {"JAI_Pulnix_TMC-1405GE.xml", {}, "UserScanAreaSET", {
+            "UserScanAreaSET is not available now: ScanMode = FullScanMode makes "
+            "UserScanAreaSETAvailExpr (formula `VAR_SCANMODE = 1`) 0 (pIsAvailable)"}},
+        {"FLIR_A35_thermal.xml", {}, "UserSetLoadStatus", {
+            "UserSetLoadStatus is not implemented now: IPEngineUserSetsStatusReportingReg = 0 "
+            "makes UserSetLoadStatusImplExpr (formula `VAR_IPENGINEUSERSETSSTATUSREPORTING`) 0 "
+            "(pIsImplemented)"}},
+        {"FLIR_A35_thermal.xml", {}, "SensorVideoStandard", {
+            "  PAL50HZ: SensorFrameRate = Slow makes SensorVideoStandardPAL50HZAvailExpr "
+            "(formula `VAR_SENSORFRAMERATE = 4`) 0 (pIsAvailable of PAL50HZ)"}},
     };
+    // clang-format on
     for (const Case& c : cases) {
         SCOPED_TRACE(std::string(c.file) + " " + c.feature);
         quillon_text_test::Camera camera;
