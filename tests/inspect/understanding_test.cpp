@@ -55,7 +55,7 @@ TEST(AccessExplanation, NamesTheInnermostCauseWithTheValuesThatDecideIt) {
             "DeviceStatusStartPending = 0",
             "  Width: value from WidthReg (RW); pIsLocked ImageFormatLocked = 1 -> RO",
             "Register: WidthReg at 0x10010, 4 bytes, AccessMode RW, port Device",
-            "Changes when written: PayloadSize, OffsetX",
+            "Changes when written: PayloadSize, OffsetX\n",
             "Read anew after: UserSetLoad, DeviceReset (pInvalidator)"}},
         {"", {}, "Width", {"Width is readable and writable now", "Polling: none"}},
         {"", {}, "UserSetSave", {
@@ -92,7 +92,8 @@ TEST(AccessExplanation, NamesTheInnermostCauseWithTheValuesThatDecideIt) {
         {"FLIR_A35_thermal.xml", {}, "UserSetLoadStatus", {
             "UserSetLoadStatus is not implemented now: IPEngineUserSetsStatusReportingReg = 0 "
             "makes UserSetLoadStatusImplExpr (formula `VAR_IPENGINEUSERSETSSTATUSREPORTING`) 0 "
-            "(pIsImplemented)"}},
+            "(pIsImplemented)",
+            "  UserSetLoadStatus: pIsImplemented UserSetLoadStatusImplExpr = 0 -> NI"}},
         {"FLIR_A35_thermal.xml", {}, "SensorVideoStandard", {
             "  PAL50HZ: SensorFrameRate = Slow makes SensorVideoStandardPAL50HZAvailExpr "
             "(formula `VAR_SENSORFRAMERATE = 4`) 0 (pIsAvailable of PAL50HZ)"}},
@@ -135,6 +136,15 @@ TEST(SelectorSlices, ReadsEveryEntryOfBothLevelsAndSetsTheSelectorsBack) {
     }
     EXPECT_EQ(Value(c.node("FileSelector")), "LUTFile");
     EXPECT_EQ(Value(c.node("FileOperationSelector")), "Read");
+
+    // An integer selector nested in an enumeration: a row per value.
+    const std::vector<SliceTable> lut = ReadSlices(c.node("LUTSelector"));
+    ASSERT_EQ(lut.size(), 2u);
+    EXPECT_EQ(lut[0].rows,
+              (std::vector<std::vector<std::string>>{{"Luminance", "false", "256 bytes"}}));
+    EXPECT_EQ(lut[1].caption, "LUTSelector = Luminance");
+    ASSERT_EQ(lut[1].rows.size(), 256u);
+    EXPECT_EQ(lut[1].rows[200], (std::vector<std::string>{"200", "200"}));
 }
 
 TEST(SelectorSlices, CellsSayInOneWordWhyTheyCannotBeRead) {
