@@ -175,8 +175,16 @@ public:
             if (!switched) continue;
             const std::string here =
                 (caption.empty() ? "" : caption + ", ") + NameOf(selector) + " = " + entry.label;
-            for (INode* inner : nested)
-                if (Switchable(inner)) Read(inner, here, path);
+            for (INode* inner : nested) {
+                if (Switchable(inner)) {
+                    Read(inner, here, path);
+                    continue;
+                }
+                // A caption alone, not a table left out unseen.
+                const std::string why = here + ": " + NameOf(inner) + " cannot be switched (" +
+                                        AccessModeName(AccessOf(inner)) + ")";
+                tables.push_back(SliceTable{why, NameOf(inner), {}, {}});
+            }
         }
         restorer.Restore();
         // A selector that only carries nested ones needs no table of its own.

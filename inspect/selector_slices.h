@@ -28,7 +28,8 @@ bool IsSliceable(GenApi::INode* node);
 inline constexpr int64_t kMaxSliceEntries = 1024;
 
 // The tables of `selector`: its own (when it selects features that no
-// nested selector selects), then each nested selector's per entry. A cell
+// nested selector selects), then each nested selector's per entry (a
+// caption alone when the nested selector cannot be switched under it). A cell
 // that cannot be read says why in one word: "unavailable", "unimplemented",
 // "write-only", "command", "error" (the read failed), or "refused" (the
 // device did not take that entry). The selectors are set back to the values
