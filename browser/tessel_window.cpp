@@ -4,9 +4,11 @@
 #include <QCheckBox>
 #include <QCloseEvent>
 #include <QComboBox>
+#include <QContextMenuEvent>
 #include <QHBoxLayout>
 #include <QKeyEvent>
 #include <QLabel>
+#include <QMenu>
 #include <QMouseEvent>
 #include <QPainter>
 #include <QPixmap>
@@ -17,6 +19,7 @@
 
 #include "GenApi/GenApi.h"
 #include "browser/browser_title.h"
+#include "browser/understanding_window.h"
 #include "controls/column_tree_widget.h"
 #include "controls/entry_controls_widget.h"
 #include "controls/imaging_edit_widget.h"
@@ -367,7 +370,10 @@ void CTessel::CommitText(const std::string& text) {
     try {
         const inspect::CommitResult result =
             inspect::CommitValue(row->node, row->node->GetName().c_str(), text, row->context);
-        if (!result.written) ShowError(result.message);
+        if (!result.written)
+            ShowError(result.message);
+        else
+            sessionCode_.Record(row->node, row->context.objectKind);
     } catch (const GenICam::GenericException& e) {
         ShowError(e.GetDescription());
     }
@@ -390,7 +396,10 @@ void CTessel::ToggleBooleanOf(TreeItem item) {
     if (!row || !row->node || !Writable(item)) return;
     const ErrorPrintingOff quiet;
     try {
-        if (const std::string message = ToggleBoolean(*row); !message.empty()) ShowError(message);
+        if (const std::string message = ToggleBoolean(*row); !message.empty())
+            ShowError(message);
+        else
+            sessionCode_.Record(row->node, row->context.objectKind);
     } catch (const GenICam::GenericException& e) {
         ShowError(e.GetDescription());
     }
@@ -405,7 +414,11 @@ void CTessel::RunActionButton() {
     inspect::MemoryViewer& viewer = viewer_ ? *viewer_ : ownViewer;
     const ErrorPrintingOff quiet;
     // Failures are dropped here by design; the row shows what the device holds.
-    inspect::RunAction(row->node, row->node->GetName().c_str(), row->context, viewer);
+    const inspect::ActionOutcome outcome =
+        inspect::RunAction(row->node, row->node->GetName().c_str(), row->context, viewer);
+    if (outcome == inspect::ActionOutcome::CommandExecuted ||
+        outcome == inspect::ActionOutcome::RegisterWritten)
+        sessionCode_.Record(row->node, row->context.objectKind);
     if (session_->model().RowForItem(editing_) == row) AfterWrite(*row);
 }
 
@@ -476,6 +489,15 @@ bool CTessel::OpenFileAccess(TreeItem item) {
     return true;
 }
 
+QMenu* CTessel::MakeContextMenu(TreeItem item) {
+    auto* menu = new QMenu(this);
+    const FeatureRow* row = session_->model().RowForItem(item);
+    AddWhyAction(*menu, *this, row);
+    AddSlicesAction(*menu, *this, row);
+    AddSessionCodeAction(*menu, *this, sessionCode_);
+    return menu;
+}
+
 BrowserSettings CTessel::CurrentSettings() const {
     BrowserSettings s;
     s.posX = x();
@@ -542,6 +564,14 @@ bool CTessel::eventFilter(QObject* watched, QEvent* event) {
     if (watched == tree_->viewport() && event->type() == QEvent::MouseButtonDblClick &&
         OpenFileAccess(tree_->ItemAt(static_cast<QMouseEvent*>(event)->position().toPoint())))
         return true;
+    if (watched == tree_->viewport() && event->type() == QEvent::ContextMenu) {
+        const auto* click = static_cast<QContextMenuEvent*>(event);
+        const TreeItem item = tree_->ItemAt(click->pos());
+        if (item) tree_->SelectItem(item);
+        std::unique_ptr<QMenu> menu(MakeContextMenu(item));
+        menu->exec(click->globalPos());
+        return true;
+    }
     return QDialog::eventFilter(watched, event);
 }
 

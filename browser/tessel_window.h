@@ -18,10 +18,12 @@
 #include "browser/inplace_editing.h"
 #include "controls/imaging_edit_widget.h"
 #include "inspect/register_editing.h"
+#include "inspect/session_code.h"
 
 class QCheckBox;
 class QComboBox;
 class QLabel;
+class QMenu;
 class QPushButton;
 class QSlider;
 
@@ -115,6 +117,11 @@ public:
     // A double-click on the "File Access Control" category row opens the file
     // access dialog for that row's node map; false for any other row.
     bool OpenFileAccess(TreeItem item);
+    // The tree's context menu for `item` (owned by the caller); a right
+    // click selects the row and runs it.
+    QMenu* MakeContextMenu(TreeItem item);
+    // Every value committed and command executed in this window, in order.
+    const inspect::SessionCode& sessionCode() const { return sessionCode_; }
 
     // BrowserView
     void SetPollingCheck(bool checked) override;
@@ -173,6 +180,7 @@ private:
     inspect::MemoryViewer* viewer_ = nullptr;
     inspect::FindWindow* findWindow_ = nullptr;
     QPointer<inspect::FileAccessWindow> fileAccess_;
+    inspect::SessionCode sessionCode_;
     std::unique_ptr<BrowserSession> session_;
 };
 

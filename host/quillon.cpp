@@ -40,7 +40,8 @@ bool contains(const std::vector<std::string>& list, const std::string& word) {
 }
 
 std::vector<const std::vector<Command>*> tables() {
-    return {&WindowCommands(), &InspectionCommands(), &TransferCommands()};
+    return {&WindowCommands(), &InspectionCommands(), &TransferCommands(),
+            &UnderstandingCommands()};
 }
 
 const Command* findCommand(const std::string& name) {

@@ -70,6 +70,37 @@ TEST(QuillonCommand, ReadsWritesAndRefusesClearly) {
     EXPECT_EQ(quillon("frobnicate").status, 2);
 }
 
+TEST(QuillonCommand, ExplainsSlicesAndPrintsSessionsAsCode) {
+    struct Case {
+        const char* arguments;
+        int status;
+        const char* piece;
+    };
+    const Case cases[] = {
+        {"why UserSetSave", 0,
+         "UserSetSave is not available now: UserSetSelector = Default makes UserSetSaveAvailable "
+         "(formula `SEL <> 0`) 0 (pIsAvailable)\n"},
+        {"slices GainSelector", 0,
+         "GainSelector  Gain\nAll           0\nAnalogAll     6\nDigitalAll    1.5\n"},
+        {"session Width=640 GainSelector=AnalogAll TriggerSoftware", 0,
+         "\t// 1. Width = 640\n\t{\n\t\tQOR_INT64 WidthInpx = 640;\n"},
+        {"session Width=640 GainSelector=AnalogAll TriggerSoftware", 0,
+         "\t// 3. TriggerSoftware executed\n"},
+        {"why NoSuchFeature", 2, "NoSuchFeature"},
+        {"slices Width", 2, "'Width' is not a selector"},
+        {"session Width=641", 2, "step 1 (Width=641): "},
+        {"session Width", 2, "is not a command"},
+    };
+    for (const Case& c : cases) {
+        Outcome run = quillon(c.arguments);
+        EXPECT_EQ(run.status, c.status) << c.arguments << "\n" << run.out;
+        EXPECT_TRUE(has(run.out, c.piece)) << c.arguments << "\n" << run.out;
+        if (c.status == 2) {
+            EXPECT_EQ(std::count(run.out.begin(), run.out.end(), '\n'), 1) << run.out;
+        }
+    }
+}
+
 #ifdef QUILLON_HAVE_GUI
 namespace {
 

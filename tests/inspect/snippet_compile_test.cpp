@@ -9,6 +9,9 @@
 // empty), 64-bit enumeration size declarations (the "QOR_INT6464" spelling),
 // and control blocks of integers shown as IPv4 or MAC addresses, whose value
 // text is the dotted or colon-separated address.
+//
+// A session of edits on the browsed camera, recorded as code, runs last: the
+// program's camera must then hold what the edits left on the browsed one.
 #include <gtest/gtest.h>
 
 #include <unistd.h>
@@ -24,7 +27,9 @@
 
 #include "GenApi/Pointer.h"
 #include "inspect/property_text.h"
+#include "inspect/session_code.h"
 #include "inspect/snippet_generator.h"
+#include "inspect/value_commit.h"
 #include "property_snippet_fixtures.h"
 #include "qorvis.h"
 
@@ -169,6 +174,29 @@ TEST(SnippetCompile, GeneratedCameraCodeCompilesRunsAndAccessesTheFeatures) {
     pieces.insert(pieces.end(), commands.begin(), commands.end());
     pieces.push_back(widthAgain);
 
+    // Five edits as the window commits them; LineInverter's step must set
+    // LineSelector first, as the browsed camera had it when it was edited.
+    SessionCode session;
+    quillon::browser::NodeMapContext context;
+    context.nodeMap = c.camera.nodeMap();
+    GenApi::CEnumerationPtr(c.node("LineSelector"))->FromString("Line2");
+    const char* edits[][2] = {{"Width", "800"},       {"PixelFormat", "Mono16"},
+                              {"GainSelector", "AnalogAll"}, {"Gain", "4.5"},
+                              {"LineInverter", "1"}};
+    for (const auto& [name, value] : edits) {
+        ASSERT_TRUE(CommitValue(c.node(name), name, value, context).written) << name;
+        session.Record(c.node(name), Q_DIGITIZER_OBJECT);
+    }
+    GenApi::CEnumerationPtr(c.node("LineSelector"))->FromString("Line0");
+    pieces.push_back({"session", session.Text()});
+    // Read back under whatever selectors the session left.
+    for (const char* name : {"Width", "PixelFormat", "GainSelector", "Gain", "LineSelector", "LineInverter"}) {
+        GenApi::INode* node = c.node(name);
+        const std::string id = std::string("session:") + name;
+        const SnippetTexts own = GenerateSnippets(node, MakeSnippetRequest(node, Q_DIGITIZER_OBJECT));
+        pieces.push_back({id, WithPrint(own.inquireBlock, PrintFor(node, id))});
+    }
+
     fs::path dir = fs::temp_directory_path() / ("quillon_snippets_" + std::to_string(::getpid()));
     fs::create_directories(dir);
     {
@@ -228,6 +256,13 @@ TEST(SnippetCompile, GeneratedCameraCodeCompilesRunsAndAccessesTheFeatures) {
     EXPECT_TRUE(results.count("control:TriggerSoftware"));
     EXPECT_TRUE(results.count("control:DeviceReset"));
     EXPECT_EQ(values["after:Width"], "1280");
+    // The session did again what was done by hand, selectors included.
+    EXPECT_EQ(values["session:Width"], "800");
+    EXPECT_EQ(values["session:PixelFormat"], "Mono16");
+    EXPECT_EQ(values["session:GainSelector"], "AnalogAll");
+    EXPECT_EQ(values["session:Gain"], "4.5");
+    EXPECT_EQ(values["session:LineSelector"], "Line2");
+    EXPECT_EQ(values["session:LineInverter"], "1");
 
     std::error_code ignored;
     if (!HasFailure()) fs::remove_all(dir, ignored);
