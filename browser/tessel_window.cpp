@@ -4,9 +4,11 @@
 #include <QCheckBox>
 #include <QCloseEvent>
 #include <QComboBox>
+#include <QContextMenuEvent>
 #include <QHBoxLayout>
 #include <QKeyEvent>
 #include <QLabel>
+#include <QMenu>
 #include <QMouseEvent>
 #include <QPainter>
 #include <QPixmap>
@@ -21,6 +23,7 @@
 #include "controls/entry_controls_widget.h"
 #include "controls/imaging_edit_widget.h"
 #include "inspect/command_execution.h"
+#include "inspect/feature_sets_window.h"
 #include "inspect/file_access_window.h"
 #include "inspect/find_window.h"
 #include "inspect/property_text.h"
@@ -535,10 +538,25 @@ bool CTessel::ForwardKey(QKeyEvent* event) {
     return session_->OnKeyDown(key, ctrl, tree_->VisibleItemsFromFirst());
 }
 
+// Each group of entries comes from its own function: one line each here.
+void CTessel::FillTreeMenu(QMenu& menu, TreeItem item) {
+    inspect::AddFeatureSetEntries(menu, *this, item);
+}
+
+void CTessel::ShowTreeMenu(QPoint at) {
+    QMenu menu(this);
+    FillTreeMenu(menu, tree_->ItemAt(at));
+    if (!menu.isEmpty()) menu.exec(tree_->viewport()->mapToGlobal(at));
+}
+
 bool CTessel::eventFilter(QObject* watched, QEvent* event) {
     if (watched == tree_ && event->type() == QEvent::KeyPress &&
         ForwardKey(static_cast<QKeyEvent*>(event)))
         return true;
+    if (watched == tree_->viewport() && event->type() == QEvent::ContextMenu) {
+        ShowTreeMenu(static_cast<QContextMenuEvent*>(event)->pos());
+        return true;
+    }
     if (watched == tree_->viewport() && event->type() == QEvent::MouseButtonDblClick &&
         OpenFileAccess(tree_->ItemAt(static_cast<QMouseEvent*>(event)->position().toPoint())))
         return true;
