@@ -317,10 +317,12 @@ bool lockedOnly(INode* node) {
 }
 
 // The lines of `node`, one per combination of the values of `selectors`
-// from `level` on, under `chosen`.
+// from `level` on, under `chosen`; the feature's lines start at out[first].
 void readSlices(INode* node, const std::vector<INode*>& selectors, size_t level,
-                std::vector<SelectorSetting>& chosen, std::vector<FeatureLine>& out) {
+                std::vector<SelectorSetting>& chosen, std::vector<FeatureLine>& out, size_t first) {
     if (level == selectors.size()) {
+        if (out.size() - first >= kMaxSlices)
+            throw RUNTIME_EXCEPTION("more than %zu slices: the others are not saved", kMaxSlices);
         FeatureLine line;
         line.name = std::string(node->GetName());
         line.selectors = chosen;
@@ -341,7 +343,7 @@ void readSlices(INode* node, const std::vector<INode*>& selectors, size_t level,
     for (const std::string& value : selectorValues(selector)) {
         Selection selection(selector, value);
         chosen.push_back({name, value});
-        readSlices(node, selectors, level + 1, chosen, out);
+        readSlices(node, selectors, level + 1, chosen, out, first);
         chosen.pop_back();
         selection.Restore();
     }
@@ -353,7 +355,7 @@ void readFeature(INode* node, std::vector<FeatureLine>& out) {
         if (IsReadable(s->GetAccessMode())) selectors.push_back(s);
     std::vector<SelectorSetting> chosen;
     try {
-        readSlices(node, selectors, 0, chosen, out);
+        readSlices(node, selectors, 0, chosen, out, out.size());
     } catch (const GenICam::GenericException& e) {
         // A selector failed: the slices read so far stay, the failure is noted.
         FeatureLine line;

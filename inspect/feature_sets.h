@@ -2,17 +2,16 @@
 // into a FeatureSet (feature_set_format.h gives the text), and writing a
 // FeatureSet back with a report of what each line did.
 //
-// Reading walks each node map's categories from Root in order, every
-// feature once; commands, registers, categories and ports are left out. A
-// feature behind selectors gives a line per combination of its selectors'
-// values (nested selectors outer first): every available entry of an
-// enumeration, false and true of a boolean, every value of an integer with at
-// most kMaxSelectorValues of them (beyond that, the current value only). A
-// selector that cannot be written contributes its current value only. The
-// selectors are set back to what they held after each feature, also when a
-// read fails, with the node map's lock held meanwhile so that a polling
-// thread never sees a slice it did not select. Read-only values become
-// comment lines; a feature that is read-only only because a lock holds
+// Reading walks each node map's categories from Root in order, every feature once;
+// commands, registers, categories and ports are left out. A feature behind selectors
+// gives a line per combination of its selectors' values (nested selectors outer first):
+// every available entry of an enumeration, false and true of a boolean, every value of
+// an integer with at most kMaxSelectorValues of them (beyond that, the current value
+// only), at most kMaxSlices lines per feature. A selector that cannot be written
+// contributes its current value only. The selectors are set back to what they held
+// after each feature, also when a read fails, with the node map's lock held meanwhile
+// so that a polling thread never sees a slice it did not select. Read-only values
+// become comment lines; a feature that is read-only only because a lock holds
 // (pIsLocked) is a setting. A feature whose read fails gets a comment
 // "# Name: cannot be read: reason".
 //
@@ -40,6 +39,8 @@ namespace quillon::inspect {
 
 // Integer selectors with more values than this are saved at their current value.
 inline constexpr int64_t kMaxSelectorValues = 4096;
+// Nested selectors give a feature at most this many lines; a comment says so.
+inline constexpr size_t kMaxSlices = 65536;
 
 // Told of each step: the steps done and the total. Answers false to cancel.
 using FeatureSetProgress = std::function<bool(size_t done, size_t total)>;
@@ -109,7 +110,7 @@ struct LoadOptions {
 LoadReport LoadFeatureSet(const FeatureSet& set, const std::vector<browser::NodeMapEntry>& entries,
                           const std::string& fileName, const LoadOptions& options = {});
 
-// Why a node of access mode `mode` cannot be written: "read-only",
+// Why the node cannot be written now: "read-only",
 // "locked (TLParamsLocked)", "not available (pIsAvailable ...)".
 std::string WhyNotWritable(GenApi::INode* node);
 
