@@ -83,7 +83,8 @@ TEST(QuillonCommand, SavesLoadsAndComparesFeatureSets) {
         std::ifstream in(saved);
         text.assign(std::istreambuf_iterator<char>(in), {});
     }
-    for (const char* piece : {"\n[System]\n", "\n[Camera]\n# Vendor: Torvex\n", "\nWidth = 1280\n"})
+    for (const char* piece :
+         {"# Date: 2", "\n[System]\n", "\n[Camera]\n# Vendor: Torvex\n", "\nWidth = 1280\n"})
         EXPECT_TRUE(has(text, piece)) << piece;
     text.replace(text.find("\nWidth = 1280\n"), 14, "\nWidth = 640\n");
     text.replace(text.find("\nOffsetY = 0\n"), 13, "\nOffsetY = 1\n");

@@ -63,7 +63,7 @@ TEST(FeatureSets, RoundTripOverTheSimulatedCameraRestoresEveryValue) {
           "GevPersistentIPAddress = ", "TorvexScratch = 0xC0FFEE42", "BlackLevel = -2.5"})
         EXPECT_NE(saved.find(std::string("\n") + line), std::string::npos) << line;
 
-    const std::string user = "  a=b # c\n\"\\";
+    const std::string user = "  a=b # c\n\"\\\x01";
     const double rate = 100.0 / 3.0;
     CIntegerPtr(camera.node("Width"))->SetValue(640);
     CIntegerPtr(camera.node("OffsetX"))->SetValue(320);
@@ -79,7 +79,8 @@ TEST(FeatureSets, RoundTripOverTheSimulatedCameraRestoresEveryValue) {
     CBooleanPtr(camera.node("ReverseX"))->SetValue(true);
     CIntegerPtr(camera.node("TLParamsLocked"))->SetValue(1); // locks the image format
     const std::string changed = camera.text();
-    EXPECT_NE(changed.find("DeviceUserID = \"  a=b # c\\n\\\"\\\\\""), std::string::npos);
+    EXPECT_NE(changed.find("DeviceUserID = \"  a=b # c\\n\\\"\\\\\\x01\""), std::string::npos);
+    EXPECT_EQ(UnquoteText("\"\\x0a\\x7f\\xFF\""), "\n\x7f\xff");
     EXPECT_NE(changed.find("Gain[GainSelector=DigitalAll] = 3.25"), std::string::npos);
     EXPECT_NE(changed.find("GevPersistentIPAddress = 192.168.1.10"), std::string::npos);
     EXPECT_NE(changed.find("\nWidth = 640"), std::string::npos) << "a locked feature is a setting";
@@ -209,6 +210,7 @@ TEST(FeatureSets, MalformedFilesAndUnknownFeaturesNameTheirLineAndWriteNothing) 
         {"OffsetX = 16\nWidth =\n", "f.txt:2: no value after '='"},
         {"DeviceUserID = \"open\n", "f.txt:1: a string must be one double-quoted text"},
         {"DeviceUserID = \"a\\qb\"\n", "f.txt:1: a string must be one double-quoted text"},
+        {"DeviceUserID = \"a\\x4\"\n", "f.txt:1: a string must be one double-quoted text"},
         {"DeviceUserID = \"a\" b\n", "f.txt:1: a string must be one double-quoted text"},
         {"Gain[GainSelector] = 1\n", "f.txt:1: a selector must be written [SelectorName=Entry]"},
         {"[Camera\n", "f.txt:1: a section must be written [Caption]"},
