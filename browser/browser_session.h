@@ -110,6 +110,7 @@ public:
     bool busy() const { return busy_; }
     int userLevel() const { return userLevel_; }
     const std::string& title() const { return title_; }
+    const std::vector<NodeMapEntry>& entries() const { return setup_.entries; }
     FeatureTreeModel& model() { return model_; }
     ChangedNodeSet& changes() { return changes_; }
 

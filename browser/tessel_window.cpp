@@ -24,6 +24,7 @@
 #include "controls/entry_controls_widget.h"
 #include "controls/imaging_edit_widget.h"
 #include "inspect/command_execution.h"
+#include "inspect/feature_sets_window.h"
 #include "inspect/file_access_window.h"
 #include "inspect/find_window.h"
 #include "inspect/property_text.h"
@@ -489,15 +490,6 @@ bool CTessel::OpenFileAccess(TreeItem item) {
     return true;
 }
 
-QMenu* CTessel::MakeContextMenu(TreeItem item) {
-    auto* menu = new QMenu(this);
-    const FeatureRow* row = session_->model().RowForItem(item);
-    AddWhyAction(*menu, *this, row);
-    AddSlicesAction(*menu, *this, row);
-    AddSessionCodeAction(*menu, *this, sessionCode_);
-    return menu;
-}
-
 BrowserSettings CTessel::CurrentSettings() const {
     BrowserSettings s;
     s.posX = x();
@@ -557,21 +549,36 @@ bool CTessel::ForwardKey(QKeyEvent* event) {
     return session_->OnKeyDown(key, ctrl, tree_->VisibleItemsFromFirst());
 }
 
+// Each group of entries comes from its own function: one line each here.
+void CTessel::FillTreeMenu(QMenu& menu, TreeItem item) {
+    const FeatureRow* row = session_->model().RowForItem(item);
+    AddWhyAction(menu, *this, row);
+    AddSlicesAction(menu, *this, row);
+    AddSessionCodeAction(menu, *this, sessionCode_);
+    menu.addSeparator();
+    inspect::AddFeatureSetEntries(menu, *this, item);
+}
+
+// A right click selects the row it is on, then shows the menu for it.
+void CTessel::ShowTreeMenu(QPoint at) {
+    const TreeItem item = tree_->ItemAt(at);
+    if (item) tree_->SelectItem(item);
+    QMenu menu(this);
+    FillTreeMenu(menu, item);
+    menu.exec(tree_->viewport()->mapToGlobal(at));
+}
+
 bool CTessel::eventFilter(QObject* watched, QEvent* event) {
     if (watched == tree_ && event->type() == QEvent::KeyPress &&
         ForwardKey(static_cast<QKeyEvent*>(event)))
         return true;
+    if (watched == tree_->viewport() && event->type() == QEvent::ContextMenu) {
+        ShowTreeMenu(static_cast<QContextMenuEvent*>(event)->pos());
+        return true;
+    }
     if (watched == tree_->viewport() && event->type() == QEvent::MouseButtonDblClick &&
         OpenFileAccess(tree_->ItemAt(static_cast<QMouseEvent*>(event)->position().toPoint())))
         return true;
-    if (watched == tree_->viewport() && event->type() == QEvent::ContextMenu) {
-        const auto* click = static_cast<QContextMenuEvent*>(event);
-        const TreeItem item = tree_->ItemAt(click->pos());
-        if (item) tree_->SelectItem(item);
-        std::unique_ptr<QMenu> menu(MakeContextMenu(item));
-        menu->exec(click->globalPos());
-        return true;
-    }
     return QDialog::eventFilter(watched, event);
 }
 

@@ -41,7 +41,7 @@ bool contains(const std::vector<std::string>& list, const std::string& word) {
 
 std::vector<const std::vector<Command>*> tables() {
     return {&WindowCommands(), &InspectionCommands(), &TransferCommands(),
-            &UnderstandingCommands()};
+            &UnderstandingCommands(), &FeatureSetCommands()};
 }
 
 const Command* findCommand(const std::string& name) {
@@ -94,6 +94,7 @@ int run(std::vector<std::string> words) {
 
 Args ParseArgs(const Command& command, const std::vector<std::string>& words) {
     Args args;
+    args.words = words;
     for (size_t i = 0; i < words.size(); ++i) {
         const std::string& w = words[i];
         bool device = command.takesDevice && contains(kDeviceOptions, w);

@@ -20,6 +20,7 @@ struct Args {
     std::vector<std::string> positional;
     std::map<std::string, std::string> values; // "--level" -> "guru"
     std::set<std::string> flags;               // "--dry-run"
+    std::vector<std::string> words;            // all of them, as given
 
     std::string Value(const std::string& option, const std::string& fallback = {}) const {
         auto it = values.find(option);
@@ -53,5 +54,6 @@ Args ParseArgs(const Command& command, const std::vector<std::string>& words);
 const std::vector<Command>& InspectionCommands();    // tool_commands.cpp
 const std::vector<Command>& TransferCommands();      // tool_transfer.cpp
 const std::vector<Command>& UnderstandingCommands(); // tool_understanding.cpp
+const std::vector<Command>& FeatureSetCommands();    // tool_feature_sets.cpp
 
 } // namespace quillon::tool

@@ -20,7 +20,7 @@ std::string QtFileDialog::Choose(Kind kind, const std::string& initialName) {
     QFileDialog dialog(parent_);
     dialog.setAcceptMode(kind == Kind::Save ? QFileDialog::AcceptSave : QFileDialog::AcceptOpen);
     dialog.setFileMode(kind == Kind::Save ? QFileDialog::AnyFile : QFileDialog::ExistingFile);
-    dialog.setDefaultSuffix(QStringLiteral("bin"));
+    dialog.setDefaultSuffix(QString::fromLatin1(suffix_));
     dialog.setOption(QFileDialog::DontConfirmOverwrite);
     dialog.selectFile(QString::fromStdString(initialName));
     if (dialog.exec() != QDialog::Accepted || dialog.selectedFiles().isEmpty()) return {};

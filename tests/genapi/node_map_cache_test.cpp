@@ -107,6 +107,10 @@ TEST_F(CacheTest, SecondLoadComesFromTheCacheAndEqualsAFreshParse) {
     auto cached = load();
     EXPECT_EQ(NodeMapCache::hits(), hits + 1);
     expectEqualMaps(*parsed, *cached);
+    // What the description says of itself is cached too.
+    const gcstring guid = dynamic_cast<IDeviceInfo*>(parsed.get())->GetVersionGuid();
+    EXPECT_FALSE(guid.empty());
+    EXPECT_EQ(dynamic_cast<IDeviceInfo*>(cached.get())->GetVersionGuid(), guid);
 
     // A cached map works like a parsed one: writes, dependents, callbacks.
     CMemoryPort port;

@@ -8,6 +8,8 @@
 #include <cstdio>
 #include <cstdlib>
 #include <filesystem>
+#include <fstream>
+#include <iterator>
 #include <string>
 #include <sys/wait.h>
 
@@ -99,6 +101,61 @@ TEST(QuillonCommand, ExplainsSlicesAndPrintsSessionsAsCode) {
             EXPECT_EQ(std::count(run.out.begin(), run.out.end(), '\n'), 1) << run.out;
         }
     }
+}
+
+TEST(QuillonCommand, SavesLoadsAndComparesFeatureSets) {
+    char name[] = "/tmp/quillon_sets_XXXXXX";
+    ASSERT_TRUE(mkdtemp(name));
+    const std::string dir = name, saved = dir + "/saved.txt", edited = dir + "/edited.txt";
+    const std::string camera = "--xml " QUILLON_SOURCE_DIR "/data/TorvexSimCamera.xml";
+    ASSERT_EQ(quillon("save " + saved).out, "");
+    std::string text;
+    {
+        std::ifstream in(saved);
+        text.assign(std::istreambuf_iterator<char>(in), {});
+    }
+    for (const char* piece :
+         {"# Date: 2", "\n[System]\n", "\n[Camera]\n# Vendor: Torvex\n", "\nWidth = 1280\n"})
+        EXPECT_TRUE(has(text, piece)) << piece;
+    text.replace(text.find("\nWidth = 1280\n"), 14, "\nWidth = 640\n");
+    text.replace(text.find("\nOffsetY = 0\n"), 13, "\nOffsetY = 1\n");
+    std::ofstream(edited) << text;
+    std::ofstream(dir + "/bad.txt") << "Width = 640\n[Camera\n";
+    struct Row {
+        std::string arguments;
+        int status;
+        std::string piece; // of the output; "" for none at all
+    };
+    const Row rows[] = {
+        {"load " + saved, 0, " applied, "},
+        {"load " + edited + " --dry-run", 1, ": would change: Width = 640 (was 1280)\n"},
+        {"load " + edited, 1,
+         ": refused: OffsetY = 1: out of range: the minimum is 0 and the maximum is 0\n"},
+        {"diff " + saved + " " + edited, 1,
+         "--- " + saved + "\n+++ " + edited +
+             "\n[Camera]\n-Width = 1280\n+Width = 640\n-OffsetY = 0\n+OffsetY = 1\n"},
+        {"diff " + saved + " " + saved, 0, ""},
+        {"diff sim " + camera, 1, "--- sim\n+++ " + camera + "\n"},
+        {"diff " + camera + " " + camera, 0, ""},
+        {"load " + dir + "/bad.txt", 2,
+         "quillon: " + dir + "/bad.txt:2: a section must be written [Caption]\n"},
+        {"load " + dir + "/none.txt", 2, "quillon: cannot read '" + dir + "/none.txt'\n"},
+        {"save " + dir + "/none/saved.txt", 2,
+         "quillon: cannot write '" + dir + "/none/saved.txt'\n"},
+        {"diff " + saved, 2, "quillon: diff compares two sources (quillon diff --help)\n"},
+    };
+    for (const Row& row : rows) {
+        const Outcome run = quillon(row.arguments);
+        EXPECT_EQ(run.status, row.status) << row.arguments << "\n" << run.out;
+        if (row.piece.empty())
+            EXPECT_EQ(run.out, "") << row.arguments;
+        else
+            EXPECT_TRUE(row.status == 2 ? run.out == row.piece : has(run.out, row.piece))
+                << row.arguments << "\n"
+                << run.out;
+    }
+    EXPECT_EQ(quillon("load " + saved).out.substr(0, saved.size() + 13), saved + ": 0 applied, ");
+    std::filesystem::remove_all(dir);
 }
 
 #ifdef QUILLON_HAVE_GUI

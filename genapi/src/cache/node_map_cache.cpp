@@ -19,7 +19,7 @@ namespace GenApi::detail {
 namespace {
 constexpr char kMagic[8] = {'Q', 'G', 'N', 'M', 'A', 'P', 'C', '1'};
 // Raised whenever the layout of any node's cached state changes.
-constexpr uint32_t kFormatVersion = 3;
+constexpr uint32_t kFormatVersion = 4;
 
 struct StoredLink {
     uint32_t role;
@@ -175,6 +175,7 @@ std::unique_ptr<NodeMap> NodeMapCache::load(const std::string& cacheFile, const 
         Archive a(data + consumed, payload.size() - consumed, &index, map->arena_.size());
         a.io(map->modelName_);
         a.io(map->vendorName_);
+        a.io(map->descriptionAttributes_);
         a.io(map->extraPropertyNames_);
         a.block(map->records_);
         size_t names = kKnownPropertyCount + map->extraPropertyNames_.size();
@@ -247,6 +248,7 @@ void NodeMapCache::store(const std::string& cacheFile, const CacheKey& key, Node
         a.io(map.arena_);
         a.io(map.modelName_);
         a.io(map.vendorName_);
+        a.io(map.descriptionAttributes_);
         a.io(map.extraPropertyNames_);
         a.block(map.records_);
         uint64_t nodeCount = index.size();

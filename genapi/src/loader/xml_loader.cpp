@@ -195,6 +195,12 @@ void Loader::load(std::string_view xmlText) {
                                 source_.c_str(), root.name());
     map_.modelName_ = root.attribute("ModelName").value();
     map_.vendorName_ = root.attribute("VendorName").value();
+    for (pugi::xml_attribute a : root.attributes())
+        if (std::string_view(a.name()).find(':') == std::string_view::npos &&
+            std::string_view(a.name()) != "xmlns") {
+            map_.descriptionAttributes_.emplace_back(a.name());
+            map_.descriptionAttributes_.emplace_back(a.value());
+        }
 
     map_.arena_.reserve(xml.size() / 2);
     map_.records_.reserve(xml.size() / 48);
