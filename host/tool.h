@@ -52,5 +52,6 @@ Args ParseArgs(const Command& command, const std::vector<std::string>& words);
 // The subcommands, one table per file that defines them.
 const std::vector<Command>& InspectionCommands(); // tool_commands.cpp
 const std::vector<Command>& TransferCommands();   // tool_transfer.cpp
+const std::vector<Command>& CameraCommands();     // tool_cameras.cpp
 
 } // namespace quillon::tool
