@@ -223,7 +223,7 @@ const ControlTable& digitizerControlTypes() {
         t.push_back(computedTextType(Q_DIG_DESCRIPTION_URL, "DescriptionURL",
                                      [](api::Object& o) { return asDigitizer(o).descriptionUrl; }));
         t.push_back(computedTextType(Q_DIG_CAMERA_STATE, "CameraState", [](api::Object& o) {
-            return asDigitizer(o).device->state();
+            return asDigitizer(o).device->state().substr(0, 127); // a text's longest
         }));
         return t;
     }());
