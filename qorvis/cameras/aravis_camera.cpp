@@ -235,17 +235,20 @@ ServedDescription Camera::description() {
         d.url = readText(gev::kFirstUrl, gev::kUrlSize);
         std::string name;
         uint64_t address = 0, length = 0;
-        if (parseLocalUrl(d.url, name, address, length)) {
+        // A zipped file is read as it is (Aravis keeps only the text it
+        // unzipped); a plain one is the text Aravis read when it opened the
+        // camera.
+        if (parseLocalUrl(d.url, name, address, length) && lower(name).ends_with(".zip")) {
             // Reads come in whole 32-bit words.
             std::string bytes((length + 3) / 4 * 4, '\0');
             read(address, bytes.data(), bytes.size());
             bytes.resize(length);
             d.bytes = std::move(bytes);
-            d.zipped = lower(name).ends_with(".zip");
+            d.zipped = true;
             return d;
         }
     }
-    // A description kept elsewhere (a USB3 Vision manifest, a file or web
+    // Plain, or kept elsewhere (a USB3 Vision manifest, a file or web
     // address): as Aravis fetched it when the camera was opened, unzipped.
     std::lock_guard<std::mutex> lock(mutex_);
     size_t size = 0;

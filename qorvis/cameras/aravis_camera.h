@@ -60,7 +60,9 @@ public:
     void read(uint64_t address, void* buffer, std::size_t length);
     void write(uint64_t address, const void* buffer, std::size_t length);
 
-    // Read from the camera at each call.
+    // Where the camera keeps its description (read at each call), and the
+    // file: a zipped one read from the camera as it is, a plain one as
+    // Aravis read it when it opened the camera.
     ServedDescription description();
 
     // What the camera says about itself (bootstrap registers); the

@@ -1,23 +1,17 @@
 #include "camera_support.h"
 
 #include <arv.h>
-#include <ifaddrs.h>
-#include <net/if.h>
-#include <sched.h>
-#include <sys/ioctl.h>
-#include <sys/socket.h>
 #include <sys/wait.h>
-#include <unistd.h>
 #include <zip.h>
 
 #include <array>
-#include <cerrno>
 #include <cstdio>
 #include <cstring>
 #include <filesystem>
 #include <fstream>
 #include <sstream>
 
+#include "../support/private_network.h"
 #include "browser/text_tree.h"
 #include "browser/tree_model.h"
 
@@ -28,24 +22,6 @@ namespace {
 std::string& reason() {
     static std::string text = "the private network was not set up";
     return text;
-}
-
-// lo up, and nothing else there: a test never talks to a real network.
-std::string checkLoopbackOnly() {
-    int fd = socket(AF_INET, SOCK_DGRAM, 0);
-    ifreq request{};
-    std::strncpy(request.ifr_name, "lo", IFNAMSIZ - 1);
-    bool up = fd >= 0 && ioctl(fd, SIOCGIFFLAGS, &request) == 0 &&
-              (request.ifr_flags |= IFF_UP, ioctl(fd, SIOCSIFFLAGS, &request) == 0);
-    if (fd >= 0) close(fd);
-    if (!up) return std::string("cannot bring lo up: ") + std::strerror(errno);
-    ifaddrs* list = nullptr;
-    if (getifaddrs(&list) != 0) return "cannot list the network interfaces";
-    std::string others;
-    for (ifaddrs* i = list; i; i = i->ifa_next)
-        if (std::strcmp(i->ifa_name, "lo") != 0) others = i->ifa_name;
-    freeifaddrs(list);
-    return others.empty() ? std::string() : "the namespace has the interface " + others;
 }
 
 std::string readFile(const std::string& path) {
@@ -79,26 +55,8 @@ std::string zipped(const std::string& xmlPath) {
 } // namespace
 
 void EnterPrivateNetwork(char** argv) {
-    constexpr const char* kMarker = "QUILLON_PRIVATE_NETWORK";
-    if (std::getenv(kMarker)) {
-        reason() = checkLoopbackOnly();
-        return;
-    }
-    if (geteuid() != 0) {
-        reason() =
-            "private network namespaces need root (unshare --net); GigE Vision tests skipped";
-        return;
-    }
-    if (unshare(CLONE_NEWNET) != 0) {
-        reason() = std::string("unshare(CLONE_NEWNET) failed: ") + std::strerror(errno) +
-                   "; GigE Vision tests skipped";
-        return;
-    }
-    // The namespace belongs to this thread: a fresh process image runs
-    // wholly inside it.
-    setenv(kMarker, "1", 1);
-    execv("/proc/self/exe", argv);
-    reason() = checkLoopbackOnly();
+    reason() = quillon_test_support::EnterPrivateNetwork(argv);
+    if (!reason().empty()) reason() += "; GigE Vision tests skipped";
 }
 
 const std::string& NoPrivateNetwork() {
