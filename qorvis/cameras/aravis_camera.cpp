@@ -9,6 +9,7 @@
 #include <cctype>
 #include <cstdio>
 #include <cstring>
+#include <thread>
 
 #include "api/errors.h"
 #include "qorvis.h"
@@ -163,7 +164,12 @@ Camera::Camera(std::unique_ptr<Device> device, const std::string& name)
     }
 }
 
-Camera::~Camera() = default;
+Camera::~Camera() {
+    // Aravis takes leave of a camera it controls (a register write); a lost
+    // one would keep the caller for the whole time-out, so it is let go on a
+    // thread of its own.
+    if (lost_) std::thread([device = std::move(device_)] {}).detach();
+}
 
 std::string Camera::readText(uint64_t address, std::size_t length) {
     std::string value(length, '\0');

@@ -51,6 +51,7 @@ public:
     // address); null when none answers to it. Other failures (permissions, a
     // description Aravis cannot read) are a Failure.
     static std::unique_ptr<Camera> open(const std::string& name);
+    // Returns at once, also for a lost camera.
     ~Camera();
     Camera(const Camera&) = delete;
     Camera& operator=(const Camera&) = delete;
