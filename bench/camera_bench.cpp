@@ -68,11 +68,12 @@ void BM_AravisRegisterRead(benchmark::State& state) {
     }
 }
 
-// Interleaved, so that both see the same load of the machine.
-BENCHMARK(BM_QuillonFeatureRead)->Repetitions(5);
-BENCHMARK(BM_AravisFeatureRead)->Repetitions(5);
-BENCHMARK(BM_QuillonRegisterRead)->Repetitions(5);
-BENCHMARK(BM_AravisRegisterRead)->Repetitions(5);
+// Run with --benchmark_enable_random_interleaving=true, so that both sides
+// see the same load of the machine.
+BENCHMARK(BM_QuillonFeatureRead)->Repetitions(10);
+BENCHMARK(BM_AravisFeatureRead)->Repetitions(10);
+BENCHMARK(BM_QuillonRegisterRead)->Repetitions(10);
+BENCHMARK(BM_AravisRegisterRead)->Repetitions(10);
 
 } // namespace
 

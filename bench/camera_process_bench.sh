@@ -2,7 +2,7 @@
 # Whole processes against one GigE Vision camera (Aravis's fake camera on
 # 127.0.0.1, in a private network namespace with only loopback): `quillon
 # tree --camera ID` against `arv-tool-0.8 -n ID values`, alternating, in one
-# run. Prints each side's median wall time and their ratio.
+# run. Prints each side's median wall and CPU time and their ratios.
 #
 #   bench/camera_process_bench.sh [BUILD-DIR] [RUNS]   (as root; default build/release, 30)
 set -euo pipefail
@@ -29,36 +29,33 @@ server=$!
 trap 'kill $server 2>/dev/null' EXIT
 sleep 0.3
 
-# One run: "wall cpu" in microseconds (cpu: user + system); the output must
-# be the tree.
-TIMEFORMAT='%3R %3U %3S'
-measure() {
-  local out=/tmp/camera_process_bench.$$ times
-  times=$( { time "$@" >"$out" 2>/dev/null; } 2>&1 )
-  grep -q "Width" "$out" || { echo "camera_process_bench: $1 printed no Width" >&2; exit 1; }
-  awk '{printf "%d %d\n", $1 * 1e6, ($2 + $3) * 1e6}' <<<"$times"
-}
-
-quillon=() arv=()
-"$build/host/quillon" tree --camera "$camera" >/dev/null # warm both up once
-arv-tool-0.8 -n "$camera" values >/dev/null
-for ((i = 0; i < runs; i++)); do
-  quillon+=("$(measure "$build/host/quillon" tree --camera "$camera")")
-  arv+=("$(measure arv-tool-0.8 -n "$camera" values)")
-done
-rm -f /tmp/camera_process_bench.$$
-
-# The median of column $1 of the "wall cpu" pairs that follow.
-median() {
-  local column=$1
-  shift
-  printf '%s\n' "$@" | awk -v c="$column" '{print $c}' | sort -n |
-    awk '{a[NR] = $1} END {print (NR % 2) ? a[(NR + 1) / 2] : (a[NR / 2] + a[NR / 2 + 1]) / 2}'
-}
-qw=$(median 1 "${quillon[@]}") qc=$(median 2 "${quillon[@]}")
-aw=$(median 1 "${arv[@]}") ac=$(median 2 "${arv[@]}")
-echo "runs: $runs each, alternating; load average: $(cut -d' ' -f1-3 /proc/loadavg)"
-echo "quillon tree --camera $camera:    median wall $qw us, cpu $qc us"
-echo "arv-tool-0.8 -n $camera values: median wall $aw us, cpu $ac us"
-awk -v qw="$qw" -v aw="$aw" -v qc="$qc" -v ac="$ac" \
-  'BEGIN {printf "quillon / arv-tool: wall %.2f, cpu %.2f\n", qw / aw, qc / ac}'
+# Alternating runs, each timed by its wall clock and by the CPU time its
+# process used (user + system, from wait4): both medians and their ratio.
+python3 - "$build/host/quillon" "$camera" "$runs" <<'PYTHON'
+import os, statistics, subprocess, sys, time
+quillon, camera, runs = sys.argv[1], sys.argv[2], int(sys.argv[3])
+commands = {"quillon tree --camera " + camera: [quillon, "tree", "--camera", camera],
+            "arv-tool-0.8 -n " + camera + " values": ["arv-tool-0.8", "-n", camera, "values"]}
+def run(argv):
+    start = time.perf_counter_ns()
+    child = subprocess.Popen(argv, stdout=subprocess.PIPE, stderr=subprocess.DEVNULL)
+    out = child.stdout.read()
+    _, status, usage = os.wait4(child.pid, 0)
+    wall = (time.perf_counter_ns() - start) / 1e6
+    if status != 0 or b"Width" not in out:
+        sys.exit("camera_process_bench: %s printed no tree" % argv[0])
+    return wall, (usage.ru_utime + usage.ru_stime) * 1e3
+for argv in commands.values():
+    run(argv)  # warm both up once
+times = {name: [] for name in commands}
+for _ in range(runs):
+    for name, argv in commands.items():
+        times[name].append(run(argv))
+print("runs: %d each, alternating; load average: %s" % (runs, " ".join(open("/proc/loadavg").read().split()[:3])))
+medians = {}
+for name, samples in times.items():
+    medians[name] = [statistics.median(s[i] for s in samples) for i in (0, 1)]
+    print("%-40s median wall %6.2f ms, cpu %6.2f ms" % (name + ":", *medians[name]))
+q, a = medians.values()
+print("quillon / arv-tool: wall %.2f, cpu %.2f" % (q[0] / a[0], q[1] / a[1]))
+PYTHON
