@@ -60,6 +60,7 @@ void BrowserSession::Initialise(BrowserView& view) {
     } catch (const GenICam::GenericException& e) {
         view.ShowError(e.what());
     }
+    ShowAccessFailure();
     view.UpdateControls();
     title_ = setup_.titleOverride.empty() ? computed : setup_.titleOverride;
     view.SetTitle(title_);
@@ -87,7 +88,18 @@ void BrowserSession::Rebuild(int level) {
     }
     SetBusy(false);
     model_.RewriteAll();
+    ShowAccessFailure();
     if (view_) view_->UpdateControls();
+}
+
+void BrowserSession::Tick() {
+    changes_.Tick(model_);
+    ShowAccessFailure();
+}
+
+void BrowserSession::ShowAccessFailure() {
+    const std::string failure = model_.TakeAccessFailure();
+    if (view_ && !failure.empty()) view_->ShowError(failure);
 }
 
 void BrowserSession::ChangeLevel(int level) { Rebuild(level); }

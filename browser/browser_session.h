@@ -101,6 +101,9 @@ public:
     // entries, then starts or stops every polling object.
     void SetPolling(bool enabled);
 
+    // The change timer's tick: rewrites the changed rows.
+    void Tick();
+
     // The dialog is closed: save, hide the find dialog.
     void Close();
     // The dialog is destroyed: save, hide the find dialog, stop the change
@@ -117,6 +120,9 @@ public:
 private:
     void Rebuild(int level);
     void SetBusy(bool busy);
+    // A device that failed while rows were written (a row shows "Error")
+    // tells why in the error box.
+    void ShowAccessFailure();
     void Save();
 
     BrowserSetup setup_;

@@ -90,7 +90,7 @@ CTessel::CTessel(BrowserSetup setup, SettingsStore* store, QWidget* parent) : QD
         store = ownStore_.get();
     }
     timer_ = std::make_unique<QtChangeTimer>([this] {
-        if (session_) session_->changes().Tick(session_->model());
+        if (session_) session_->Tick();
     });
 
     setObjectName(QString::number(TemplateId()));

@@ -111,19 +111,26 @@ std::string RowText(const std::string& label, GenApi::INode* node) {
     }
 }
 
-std::string RenderRow(FeatureRow& row) {
+std::string RenderRow(FeatureRow& row, std::string* accessFailure) {
     try {
         std::string text = RowText(row.label, row.node);
         row.inError = false;
         return text;
+    } catch (const GenICam::AccessException& e) {
+        // The imaging library's failures start so; the engine's own (a value
+        // that matches no entry ...) are the row's alone.
+        if (accessFailure && std::string_view(e.GetDescription()).starts_with("Error in "))
+            *accessFailure = e.GetDescription();
+        row.inError = true;
+        return WithValue(row.label, "Error");
     } catch (const GenICam::GenericException&) {
         row.inError = true;
         return WithValue(row.label, "Error");
     }
 }
 
-void RewriteRow(FeatureRow& row, TreeSink& sink) {
-    std::string text = RenderRow(row);
+void RewriteRow(FeatureRow& row, TreeSink& sink, std::string* accessFailure) {
+    std::string text = RenderRow(row, accessFailure);
     if (row.treeItem != kTopLevel) sink.SetItemText(row.treeItem, text);
 }
 

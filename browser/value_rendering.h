@@ -33,10 +33,13 @@ std::string FormatFloatValue(double value);    // digits chosen by the signed va
 std::string RowText(const std::string& label, GenApi::INode* node);
 
 // RowText for the row, or label + " \t Error" when the read throws a GenICam
-// exception; sets or clears the row's inError flag accordingly.
-std::string RenderRow(FeatureRow& row);
+// exception; sets or clears the row's inError flag accordingly. A device
+// access that failed (the imaging library's AccessException, "Error in ...":
+// the device refused or did not answer) leaves its description in
+// `accessFailure`, when given.
+std::string RenderRow(FeatureRow& row, std::string* accessFailure = nullptr);
 
 // Renders the row and sets its item's text; rows without item are rendered only.
-void RewriteRow(FeatureRow& row, TreeSink& sink);
+void RewriteRow(FeatureRow& row, TreeSink& sink, std::string* accessFailure = nullptr);
 
 } // namespace quillon::browser

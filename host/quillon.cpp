@@ -12,10 +12,12 @@
 
 namespace quillon::tool {
 
-const std::vector<std::string> kDeviceOptions = {"--xml"};
+const std::vector<std::string> kDeviceOptions = {"--xml", "--camera"};
 const char kDeviceHelp[] =
     "DEVICE: nothing for the embedded simulated system (its system, digitizer, sequence and\n"
-    "        camera), or --xml FILE for a description over zero-filled memory\n";
+    "        camera), --xml FILE for a description over zero-filled memory, or --camera ID\n"
+    "        for a GigE Vision or USB3 Vision camera (an identifier `quillon cameras` lists,\n"
+    "        a serial number, user name, IP or MAC address)\n";
 
 #ifdef QUILLON_HAVE_GUI
 const std::vector<Command>& WindowCommands(); // tool_window.cpp
@@ -41,7 +43,8 @@ bool contains(const std::vector<std::string>& list, const std::string& word) {
 
 std::vector<const std::vector<Command>*> tables() {
     return {&WindowCommands(), &InspectionCommands(), &TransferCommands(),
-            &UnderstandingCommands(), &FeatureSetCommands()};
+            &UnderstandingCommands(), &FeatureSetCommands(),
+            &CameraCommands()};
 }
 
 const Command* findCommand(const std::string& name) {

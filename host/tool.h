@@ -55,5 +55,6 @@ const std::vector<Command>& InspectionCommands();    // tool_commands.cpp
 const std::vector<Command>& TransferCommands();      // tool_transfer.cpp
 const std::vector<Command>& UnderstandingCommands(); // tool_understanding.cpp
 const std::vector<Command>& FeatureSetCommands();    // tool_feature_sets.cpp
+const std::vector<Command>& CameraCommands();        // tool_cameras.cpp
 
 } // namespace quillon::tool
