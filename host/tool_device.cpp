@@ -75,6 +75,7 @@ public:
         QseqAlloc(sys_, 0, 1, Q_DEFAULT, &seq_);
         if (!sys_ || !dig_ || !seq_)
             throw UsageError("the simulated system could not be allocated");
+        system_ = sys_;
         std::string dir = DataDirectory();
         add("System", sys_, Q_SYSTEM_OBJECT, dir);
         add("Digitizer", dig_, Q_DIGITIZER_OBJECT, dir);
