@@ -17,17 +17,15 @@
 
 #include "GenApi/GenApi.h"
 #include "browser/browser_title.h"
+#include "browser/property_box.h"
 #include "controls/column_tree_widget.h"
 #include "controls/entry_controls_widget.h"
 #include "controls/imaging_edit_widget.h"
 #include "inspect/command_execution.h"
 #include "inspect/file_access_window.h"
 #include "inspect/find_window.h"
-#include "inspect/property_text.h"
-#include "inspect/snippet_generator.h"
 #include "inspect/value_commit.h"
 #include "memview/memory_viewer.h"
-#include "qorvis.h"
 
 namespace quillon::browser {
 
@@ -35,6 +33,15 @@ namespace {
 
 QString ToQString(const std::string& text) {
     return QString::fromStdString(text);
+}
+
+// The find list's names of the tree's rows.
+std::vector<inspect::FindRow> FindRows(const std::deque<FeatureRow>& rows) {
+    std::vector<inspect::FindRow> out;
+    for (const FeatureRow& r : rows)
+        if (r.treeItem)
+            out.push_back({r.label, r.node ? std::string(r.node->GetName()) : r.label, r.treeItem});
+    return out;
 }
 
 // A magnifier for the find button, 16 x 16.
@@ -277,7 +284,7 @@ void CTessel::ShowEditor() {
     try {
         plan_ = PlanEditor(*row);
     } catch (const GenICam::GenericException& e) {
-        ShowError(e.GetDescription());
+        ShowError(ErrorBoxText(e));
         plan_ = EditorPlan{};
     }
     if (plan_.kind == EditorKind::None) return;
@@ -369,7 +376,7 @@ void CTessel::CommitText(const std::string& text) {
             inspect::CommitValue(row->node, row->node->GetName().c_str(), text, row->context);
         if (!result.written) ShowError(result.message);
     } catch (const GenICam::GenericException& e) {
-        ShowError(e.GetDescription());
+        ShowError(ErrorBoxText(e));
     }
     AfterWrite(*row);
 }
@@ -392,7 +399,7 @@ void CTessel::ToggleBooleanOf(TreeItem item) {
     try {
         if (const std::string message = ToggleBoolean(*row); !message.empty()) ShowError(message);
     } catch (const GenICam::GenericException& e) {
-        ShowError(e.GetDescription());
+        ShowError(ErrorBoxText(e));
     }
     AfterWrite(*row);
 }
@@ -404,14 +411,22 @@ void CTessel::RunActionButton() {
     memview::QtMemoryViewer ownViewer(this);
     inspect::MemoryViewer& viewer = viewer_ ? *viewer_ : ownViewer;
     const ErrorPrintingOff quiet;
+    const QPointer<CTessel> alive(this);
     // Failures are dropped here by design; the row shows what the device holds.
-    inspect::RunAction(row->node, row->node->GetName().c_str(), row->context, viewer);
+    inspect::RunAction(row->node, row->node->GetName().c_str(), row->context, session_->system(),
+                       viewer);
+    // The viewer's event loop lets the host delete this window (and the node
+    // maps it shows) meanwhile: nothing of it may be touched then.
+    if (!alive) return;
     if (session_->model().RowForItem(editing_) == row) AfterWrite(*row);
 }
 
 void CTessel::UpdateControls() {
     ShowProperties();
     ShowEditor();
+    // After a rebuild the find list must name the new tree items only.
+    const FeatureTreeModel& model = session_->model();
+    findWindow_->Update(FindRows(model.featureRows()), FindRows(model.categoryRows()));
     tree_->viewport()->update();
 }
 
@@ -442,16 +457,9 @@ bool CTessel::IsDialogVisible() const {
 }
 
 void CTessel::ShowFindDialog() {
-    auto rows = [](const std::deque<FeatureRow>& from) {
-        std::vector<inspect::FindRow> out;
-        for (const FeatureRow& r : from)
-            if (r.treeItem)
-                out.push_back(
-                    {r.label, r.node ? std::string(r.node->GetName()) : r.label, r.treeItem});
-        return out;
-    };
-    findWindow_->Fill(rows(session_->model().featureRows()), rows(session_->model().categoryRows()),
-                      session_->title());
+    const FeatureTreeModel& model = session_->model();
+    findWindow_->Fill(FindRows(model.featureRows()), FindRows(model.categoryRows()),
+                      session_->defaultTitle());
     findWindow_->show();
     findWindow_->raise();
     findWindow_->activateWindow();
@@ -520,8 +528,6 @@ void CTessel::ChangeLevel(int level) {
             if (kLevelChoices[i].level == level) levelCombo_->setCurrentIndex(static_cast<int>(i));
     }
     session_->ChangeLevel(level);
-    // The rebuild replaced every tree item the find list points at.
-    if (findWindow_->isVisible()) ShowFindDialog();
 }
 
 bool CTessel::ForwardKey(QKeyEvent* event) {
@@ -617,15 +623,10 @@ void CTessel::ShowProperties() {
     }
     const ErrorPrintingOff quiet;
     try {
-        const std::string name = row->node->GetName().c_str();
-        const std::string typed = inspect::FeaturePropertyText(row->node, name, row->properties);
-        const int64_t kind = row->context.objectKind ? row->context.objectKind : Q_DIGITIZER_OBJECT;
-        const inspect::SnippetTexts snippets =
-            inspect::GenerateSnippets(row->node, inspect::MakeSnippetRequest(row->node, kind));
-        propertyBox_->SetText(inspect::PropertyBoxText(typed, snippets.ShownPieces()), true);
+        propertyBox_->SetText(PropertyBoxFor(session_->model(), *row), true);
     } catch (const GenICam::GenericException& e) {
         propertyBox_->SetText({}, false);
-        ShowError(e.GetDescription());
+        ShowError(ErrorBoxText(e));
     }
 }
 
