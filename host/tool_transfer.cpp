@@ -15,18 +15,18 @@ namespace {
 
 // The transfer's platform pieces for a terminal: the path is given, progress
 // is one line on standard error that each chunk rewrites, the success text
-// goes to standard output.
+// goes to standard output once the outcome is known.
 struct TerminalPlatform final : inspect::FileDialog,
                                 inspect::MessageDisplay,
                                 inspect::ProgressIndicator,
                                 inspect::TransferButtons {
     std::string path;
+    std::string message; // the window's message box text, printed by transfer()
     int32_t upper = 0;
     bool progressLine = false; // a progress line is open on standard error
     std::string Choose(Kind, const std::string&) override { return path; }
-    void Show(const std::string& text, const std::string& caption, inspect::MessageIcon) override {
-        EndProgressLine();
-        if (caption != "Error") std::printf("%s\n", text.c_str()); // failures: see transfer()
+    void Show(const std::string& text, const std::string&, inspect::MessageIcon) override {
+        message = text;
     }
     void SetRange(int32_t, int32_t to) override { upper = to; }
     void SetPosition(int32_t position) override {
@@ -73,6 +73,7 @@ int transfer(const Args& args, bool download) {
     // Unlike the window, a file that did not open is a failure here.
     const inspect::TransferResult& result = session.LastResult();
     if (result.outcome != inspect::TransferResult::Outcome::Done) throw UsageError(result.reason);
+    std::printf("%s\n", platform.message.c_str());
     return 0;
 }
 
