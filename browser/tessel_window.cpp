@@ -542,9 +542,14 @@ bool CTessel::ForwardKey(QKeyEvent* event) {
 }
 
 bool CTessel::eventFilter(QObject* watched, QEvent* event) {
-    if (watched == tree_ && event->type() == QEvent::KeyPress &&
-        ForwardKey(static_cast<QKeyEvent*>(event)))
-        return true;
+    if (watched == tree_ && event->type() == QEvent::KeyPress) {
+        auto* key = static_cast<QKeyEvent*>(event);
+        if (ForwardKey(key)) return true;
+        // Enter on the selected row does what a double-click does.
+        if ((key->key() == Qt::Key_Return || key->key() == Qt::Key_Enter) &&
+            OpenFileAccess(tree_->SelectedItem()))
+            return true;
+    }
     if (watched == tree_->viewport() && event->type() == QEvent::MouseButtonDblClick &&
         OpenFileAccess(tree_->ItemAt(static_cast<QMouseEvent*>(event)->position().toPoint())))
         return true;
