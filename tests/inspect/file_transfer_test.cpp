@@ -179,13 +179,11 @@ TEST_F(FileTransfer, FillingTheListNeverThrows) {
     quillon_inspect_test::MemoryDevice none("<Integer Name=\"Width\"><Value>4</Value></Integer>");
     quillon_inspect_test::MemoryDevice failing(
         "<Enumeration Name=\"FileSelector\"><EnumEntry Name=\"First\"><Value>0</Value></EnumEntry>"
-        "<EnumEntry "
-        "Name=\"Second\"><pIsAvailable>Available</pIsAvailable><Value>1</Value></EnumEntry>"
-        "<Value>0</Value></Enumeration><Port Name=\"Unplugged\"/>"
-        "<IntReg "
-        "Name=\"Available\"><Address>0</Address><Length>4</Length><AccessMode>RO</AccessMode>"
-        "<pPort>Unplugged</pPort><Sign>Unsigned</Sign><Endianess>LittleEndian</Endianess></"
-        "IntReg>");
+        "<EnumEntry Name=\"Second\"><pIsAvailable>Available</pIsAvailable><Value>1</Value>"
+        "</EnumEntry><Value>0</Value></Enumeration><Port Name=\"Unplugged\"/>"
+        "<IntReg Name=\"Available\"><Address>0</Address><Length>4</Length><AccessMode>RO</AccessMode>"
+        "<pPort>Unplugged</pPort><Sign>Unsigned</Sign><Endianess>LittleEndian</Endianess>"
+        "</IntReg>");
     struct Row {
         GenApi::INodeMap* nodeMap;
         size_t files;
