@@ -19,6 +19,7 @@
 
 #include "GenApi/GenApi.h"
 #include "browser/browser_title.h"
+#include "browser/property_box.h"
 #include "browser/understanding_window.h"
 #include "controls/column_tree_widget.h"
 #include "controls/entry_controls_widget.h"
@@ -27,11 +28,8 @@
 #include "inspect/feature_sets_window.h"
 #include "inspect/file_access_window.h"
 #include "inspect/find_window.h"
-#include "inspect/property_text.h"
-#include "inspect/snippet_generator.h"
 #include "inspect/value_commit.h"
 #include "memview/memory_viewer.h"
-#include "qorvis.h"
 
 namespace quillon::browser {
 
@@ -39,6 +37,15 @@ namespace {
 
 QString ToQString(const std::string& text) {
     return QString::fromStdString(text);
+}
+
+// The find list's names of the tree's rows.
+std::vector<inspect::FindRow> FindRows(const std::deque<FeatureRow>& rows) {
+    std::vector<inspect::FindRow> out;
+    for (const FeatureRow& r : rows)
+        if (r.treeItem)
+            out.push_back({r.label, r.node ? std::string(r.node->GetName()) : r.label, r.treeItem});
+    return out;
 }
 
 // A magnifier for the find button, 16 x 16.
@@ -281,7 +288,7 @@ void CTessel::ShowEditor() {
     try {
         plan_ = PlanEditor(*row);
     } catch (const GenICam::GenericException& e) {
-        ShowError(e.GetDescription());
+        ShowError(ErrorBoxText(e));
         plan_ = EditorPlan{};
     }
     if (plan_.kind == EditorKind::None) return;
@@ -376,7 +383,7 @@ void CTessel::CommitText(const std::string& text) {
         else
             sessionCode_.Record(row->node, row->context.objectKind);
     } catch (const GenICam::GenericException& e) {
-        ShowError(e.GetDescription());
+        ShowError(ErrorBoxText(e));
     }
     AfterWrite(*row);
 }
@@ -402,7 +409,7 @@ void CTessel::ToggleBooleanOf(TreeItem item) {
         else
             sessionCode_.Record(row->node, row->context.objectKind);
     } catch (const GenICam::GenericException& e) {
-        ShowError(e.GetDescription());
+        ShowError(ErrorBoxText(e));
     }
     AfterWrite(*row);
 }
@@ -414,9 +421,13 @@ void CTessel::RunActionButton() {
     memview::QtMemoryViewer ownViewer(this);
     inspect::MemoryViewer& viewer = viewer_ ? *viewer_ : ownViewer;
     const ErrorPrintingOff quiet;
+    const QPointer<CTessel> alive(this);
     // Failures are dropped here by design; the row shows what the device holds.
-    const inspect::ActionOutcome outcome =
-        inspect::RunAction(row->node, row->node->GetName().c_str(), row->context, viewer);
+    const inspect::ActionOutcome outcome = inspect::RunAction(
+        row->node, row->node->GetName().c_str(), row->context, session_->system(), viewer);
+    // The viewer's event loop lets the host delete this window (and the node
+    // maps it shows) meanwhile: nothing of it may be touched then.
+    if (!alive) return;
     if (outcome == inspect::ActionOutcome::CommandExecuted ||
         outcome == inspect::ActionOutcome::RegisterWritten)
         sessionCode_.Record(row->node, row->context.objectKind);
@@ -426,6 +437,9 @@ void CTessel::RunActionButton() {
 void CTessel::UpdateControls() {
     ShowProperties();
     ShowEditor();
+    // After a rebuild the find list must name the new tree items only.
+    const FeatureTreeModel& model = session_->model();
+    findWindow_->Update(FindRows(model.featureRows()), FindRows(model.categoryRows()));
     tree_->viewport()->update();
 }
 
@@ -456,16 +470,9 @@ bool CTessel::IsDialogVisible() const {
 }
 
 void CTessel::ShowFindDialog() {
-    auto rows = [](const std::deque<FeatureRow>& from) {
-        std::vector<inspect::FindRow> out;
-        for (const FeatureRow& r : from)
-            if (r.treeItem)
-                out.push_back(
-                    {r.label, r.node ? std::string(r.node->GetName()) : r.label, r.treeItem});
-        return out;
-    };
-    findWindow_->Fill(rows(session_->model().featureRows()), rows(session_->model().categoryRows()),
-                      session_->title());
+    const FeatureTreeModel& model = session_->model();
+    findWindow_->Fill(FindRows(model.featureRows()), FindRows(model.categoryRows()),
+                      session_->defaultTitle());
     findWindow_->show();
     findWindow_->raise();
     findWindow_->activateWindow();
@@ -534,8 +541,6 @@ void CTessel::ChangeLevel(int level) {
             if (kLevelChoices[i].level == level) levelCombo_->setCurrentIndex(static_cast<int>(i));
     }
     session_->ChangeLevel(level);
-    // The rebuild replaced every tree item the find list points at.
-    if (findWindow_->isVisible()) ShowFindDialog();
 }
 
 bool CTessel::ForwardKey(QKeyEvent* event) {
@@ -569,9 +574,14 @@ void CTessel::ShowTreeMenu(QPoint at) {
 }
 
 bool CTessel::eventFilter(QObject* watched, QEvent* event) {
-    if (watched == tree_ && event->type() == QEvent::KeyPress &&
-        ForwardKey(static_cast<QKeyEvent*>(event)))
-        return true;
+    if (watched == tree_ && event->type() == QEvent::KeyPress) {
+        auto* key = static_cast<QKeyEvent*>(event);
+        if (ForwardKey(key)) return true;
+        // Enter on the selected row does what a double-click does.
+        if ((key->key() == Qt::Key_Return || key->key() == Qt::Key_Enter) &&
+            OpenFileAccess(tree_->SelectedItem()))
+            return true;
+    }
     if (watched == tree_->viewport() && event->type() == QEvent::ContextMenu) {
         ShowTreeMenu(static_cast<QContextMenuEvent*>(event)->pos());
         return true;
@@ -654,15 +664,10 @@ void CTessel::ShowProperties() {
     }
     const ErrorPrintingOff quiet;
     try {
-        const std::string name = row->node->GetName().c_str();
-        const std::string typed = inspect::FeaturePropertyText(row->node, name, row->properties);
-        const int64_t kind = row->context.objectKind ? row->context.objectKind : Q_DIGITIZER_OBJECT;
-        const inspect::SnippetTexts snippets =
-            inspect::GenerateSnippets(row->node, inspect::MakeSnippetRequest(row->node, kind));
-        propertyBox_->SetText(inspect::PropertyBoxText(typed, snippets.ShownPieces()), true);
+        propertyBox_->SetText(PropertyBoxFor(session_->model(), *row), true);
     } catch (const GenICam::GenericException& e) {
         propertyBox_->SetText({}, false);
-        ShowError(e.GetDescription());
+        ShowError(ErrorBoxText(e));
     }
 }
 

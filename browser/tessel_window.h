@@ -122,8 +122,9 @@ public:
     inspect::FindWindow& findWindow() { return *findWindow_; }
     // The open file access dialog, or null.
     inspect::FileAccessWindow* fileAccessWindow() const;
-    // A double-click on the "File Access Control" category row opens the file
-    // access dialog for that row's node map; false for any other row.
+    // A double-click on the "File Access Control" category row, or Enter
+    // while it is selected, opens the file access dialog for that row's node
+    // map; false for any other row.
     bool OpenFileAccess(TreeItem item);
     // The tree's context menu for the row `item` (kTopLevel: no row); a right
     // click selects the row and shows it.

@@ -25,10 +25,6 @@ FeatureTreeModel::~FeatureTreeModel() {
         if (row.callbackHandle) row.node->DeregisterCallback(row.callbackHandle);
 }
 
-bool FeatureTreeModel::Shown(GenApi::INode* node) const {
-    return shownFeatures_.count(node) != 0 || shownCategories_.count(node) != 0;
-}
-
 bool FeatureTreeModel::IsCategoryShown(GenApi::ICategory* category) const {
     return category && shownCategories_.count(dynamic_cast<GenApi::INode*>(category)) != 0;
 }

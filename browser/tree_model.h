@@ -66,7 +66,6 @@ private:
     FeatureRow MakeRow(GenApi::INode* node, const NodeMapContext& context) const;
     TreeItem Insert(FeatureRow& row, TreeItem parent);
     void AddFeatureRow(FeatureRow row, GenApi::ECallbackType callbackType);
-    bool Shown(GenApi::INode* node) const;
 
     TreeSink& sink_;
     ChangedNodeSet* changes_;

@@ -113,6 +113,7 @@ public:
             release();
             throw UsageError(reason);
         }
+        system_ = sys_;
         std::string dir = DataDirectory();
         add("System", sys_, Q_SYSTEM_OBJECT, dir);
         add("Digitizer", dig_, Q_DIGITIZER_OBJECT, dir);

@@ -30,12 +30,15 @@ class Device {
 public:
     virtual ~Device() = default;
     const std::vector<browser::NodeMapEntry>& entries() const { return entries_; }
+    // The imaging library's system the device belongs to; 0 for none.
+    int64_t system() const { return system_; }
 
     // The first entry holding a node of that name; a UsageError when none does.
     std::pair<GenApi::INode*, const browser::NodeMapContext*> find(const std::string& name) const;
 
 protected:
     std::vector<browser::NodeMapEntry> entries_;
+    int64_t system_ = 0;
 };
 
 // The device the arguments name: --xml FILE (the description over a

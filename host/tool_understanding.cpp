@@ -50,7 +50,7 @@ int session(const Args& args) {
                 failure =
                     inspect::CommitValue(node, feature, step.substr(equals + 1), *context).message;
             } else if (node->GetPrincipalInterfaceType() == intfICommand) {
-                inspect::ExecuteCommand(node, feature, *context);
+                inspect::ExecuteCommand(node, feature, *context, device->system());
             } else {
                 failure = "'" + feature + "' is not a command; give FEATURE=VALUE";
             }

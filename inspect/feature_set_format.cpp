@@ -272,12 +272,6 @@ std::optional<std::string> UnquoteText(std::string_view quoted) {
     return out;
 }
 
-std::string FormatHexValue(int64_t value) {
-    char buffer[24];
-    std::snprintf(buffer, sizeof buffer, "0x%llX", static_cast<unsigned long long>(value));
-    return buffer;
-}
-
 std::optional<int64_t> ParseIntegerText(std::string_view t) {
     t = trimmed(t);
     if (countOf(t, '.') == 3) return parseGroups(t, '.', 4, 10);

@@ -97,7 +97,6 @@ std::string QuoteText(std::string_view text);
 std::optional<std::string> UnquoteText(std::string_view quoted);
 
 // Number texts in every form a file may hold them.
-std::string FormatHexValue(int64_t value); // "0x1F"
 std::optional<int64_t> ParseIntegerText(std::string_view text);
 std::string FormatFloatText(double value); // shortest round trip: "0.1", "1e-07"
 std::optional<double> ParseFloatText(std::string_view text);

@@ -16,6 +16,7 @@
 #include "GenApi/GenApi.h"
 #include "GenICam/exceptions.h"
 #include "browser/value_rendering.h"
+#include "types/integer_display.h"
 
 using namespace GenApi;
 
@@ -90,19 +91,9 @@ std::string valueText(INode* node) {
     case intfIInteger: {
         CIntegerPtr integer(node);
         const std::string name(node->GetName());
-        const int64_t v = integer->GetValue();
-        if (browser::IsIpv4FeatureName(name)) return browser::FormatIpv4(v);
-        if (browser::IsMacFeatureName(name)) return browser::FormatMac(v);
-        switch (integer->GetRepresentation()) {
-        case IPV4Address:
-            return browser::FormatIpv4(v);
-        case MACAddress:
-            return browser::FormatMac(v);
-        case HexNumber:
-            return FormatHexValue(v);
-        default:
-            return std::to_string(v);
-        }
+        return browser::FormatIntegerValue(
+            integer->GetValue(),
+            browser::DisplayRepresentation(name, integer->GetRepresentation()));
     }
     case intfIFloat:
         return FormatFloatText(CFloatPtr(node)->GetValue());
@@ -301,7 +292,7 @@ std::vector<std::string> selectorValues(INode* selector) {
         const bool hex = integer->GetRepresentation() == HexNumber;
         std::vector<std::string> out;
         for (int64_t v = min;; v += inc) {
-            out.push_back(hex ? FormatHexValue(v) : std::to_string(v));
+            out.push_back(browser::FormatIntegerValue(v, hex ? HexNumber : PureNumber));
             if (max - v < inc) break;
         }
         return out;

@@ -72,6 +72,7 @@ private:
     void Show(bool visible) override;
     void EnableDownload(bool enabled) override;
     void EnableUpload(bool enabled) override;
+    void EnableFileList(bool enabled) override;
     template <typename F> void OnGuiThread(F f);
 
     std::unique_ptr<FileDialog> ownDialog_;

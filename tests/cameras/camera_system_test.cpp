@@ -176,7 +176,7 @@ TEST_F(Cameras, ACommandWaitsUntilTheCameraReportsItDone) {
     });
     int checks = 0;
     quillon::inspect::ExecuteCommand(system.CameraMap()->GetNode("UserSetLoad"), "UserSetLoad",
-                                     system.Context(), [&](int64_t period) {
+                                     system.Context(), system.sys, [&](int64_t period) {
                                          ++checks;
                                          std::this_thread::sleep_for(
                                              std::chrono::milliseconds(period));
@@ -228,7 +228,8 @@ TEST_F(Cameras, TheRegisterEditorWritesTheCameraOnlyWhenBytesChanged) {
     for (bool change : {false, true}) {
         viewer.change = change;
         const int64_t writes = system.Inquire(Q_DIG_CAMERA_WRITES);
-        auto outcome = quillon::inspect::RunAction(lut, "LUTValueAll", system.Context(), viewer);
+        auto outcome =
+            quillon::inspect::RunAction(lut, "LUTValueAll", system.Context(), system.sys, viewer);
         EXPECT_EQ(viewer.seen, "0123456789abcdef");
         EXPECT_EQ(outcome, change ? quillon::inspect::ActionOutcome::RegisterWritten
                                   : quillon::inspect::ActionOutcome::RegisterUnchanged);

@@ -54,6 +54,13 @@ TEST(QuillonCommand, PrintsTheSimulatedSystemsTreeAndProperties) {
     ASSERT_EQ(props.status, 0) << props.out;
     EXPECT_TRUE(has(props.out, "Name:\tWidth\r\nValue:\t1280\r\nType:\tInteger\r\n")) << props.out;
     EXPECT_TRUE(has(props.out, "QOR API:\r\n\r\n"));
+    // A selected feature's code sets its selector first; the digitizer's own
+    // features have the older one-line calls.
+    Outcome gain = quillon("props Gain");
+    EXPECT_LT(gain.out.find("QOR_TEXT(\"GainSelector\")"), gain.out.find("QOR_TEXT(\"Gain\")"))
+        << gain.out;
+    EXPECT_TRUE(has(quillon("props GrabTimeout").out,
+                    "\tQdigControl(QorDigitizer, Q_DIG_GRAB_TIMEOUT + GrabTimeout, "));
 }
 
 TEST(QuillonCommand, ReadsWritesAndRefusesClearly) {
@@ -155,6 +162,36 @@ TEST(QuillonCommand, SavesLoadsAndComparesFeatureSets) {
                 << run.out;
     }
     EXPECT_EQ(quillon("load " + saved).out.substr(0, saved.size() + 13), saved + ": 0 applied, ");
+    std::filesystem::remove_all(dir);
+}
+
+TEST(QuillonCommand, TransfersDrawOneProgressLineAndFilesThatDoNotOpenAreErrors) {
+    char name[] = "/tmp/quillon_transfer_XXXXXX";
+    ASSERT_NE(mkdtemp(name), nullptr);
+    const std::string dir = name;
+    const std::string target = dir + "/log.bin";
+    // Progress goes to standard error: one line that every chunk rewrites, then a newline.
+    Outcome down = runCommand(std::string(QUILLON_EXECUTABLE) + " download DeviceLog " + target +
+                              " 2>" + dir + "/progress");
+    EXPECT_EQ(down.status, 0);
+    EXPECT_EQ(down.out, target + " downloaded successfully.\n");
+    const std::string progress = runCommand("cat " + dir + "/progress").out;
+    EXPECT_EQ(progress.substr(0, 1), "\r") << progress;
+    EXPECT_EQ(std::count(progress.begin(), progress.end(), '\n'), 1) << progress;
+    EXPECT_EQ(progress.back(), '\n');
+    struct Row {
+        std::string arguments, line;
+    };
+    for (const Row& row :
+         {Row{"upload UserSet1 " + dir + "/missing.bin",
+              "quillon: Cannot read " + dir + "/missing.bin: No such file or directory\n"},
+          Row{"download UserSet1 " + dir + "/none/copy.bin",
+              "quillon: Cannot create " + dir +
+                  "/none/copy.bin.part: No such file or directory\n"}}) {
+        Outcome run = quillon(row.arguments);
+        EXPECT_EQ(run.status, 2) << row.arguments;
+        EXPECT_EQ(run.out, row.line);
+    }
     std::filesystem::remove_all(dir);
 }
 
