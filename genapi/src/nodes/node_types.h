@@ -400,6 +400,8 @@ public:
 
 protected:
     EAccessMode baseAccess() override { return reg_.access(); }
+    double naturalMin() override;
+    double naturalMax() override;
 
 private:
     RegisterCore reg_;
