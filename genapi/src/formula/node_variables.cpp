@@ -137,7 +137,8 @@ T NodeVariables::evaluateExpression(Var& v) {
     else return f.evaluateFloat(*this);
 }
 
-const Formula& NodeVariables::compiled(Formula& cache, const std::string& text, std::string_view owner) {
+const Formula& NodeVariables::compiled(Formula& cache, const std::string& text,
+                                       std::string_view owner, FormulaMode mode) {
     if (!cache.empty()) return cache;
     if (compiling_ > 16)
         throw LOGICAL_ERROR_EXCEPTION("Formula of '%.*s': expressions refer to each other in a cycle",
@@ -148,7 +149,7 @@ const Formula& NodeVariables::compiled(Formula& cache, const std::string& text, 
             v.expression = std::make_shared<Formula>();
     ++compiling_;
     try {
-        cache = Formula::compile(text, mode_, *this);
+        cache = Formula::compile(text, mode, *this);
     } catch (const GenICam::GenericException& e) {
         --compiling_;
         // Name the node: the formula alone does not say where to look.

@@ -57,7 +57,12 @@ public:
     double floatValue(int slot) override;
 
     // Compiles on first use; a bad formula raises then, naming `owner`.
-    const Formula& compiled(Formula& cache, const std::string& text, std::string_view owner);
+    const Formula& compiled(Formula& cache, const std::string& text, std::string_view owner) {
+        return compiled(cache, text, owner, mode_);
+    }
+    // The same in another arithmetic (an integer formula over doubles).
+    const Formula& compiled(Formula& cache, const std::string& text, std::string_view owner,
+                            FormulaMode mode);
 
 private:
     enum class Field : uint8_t { Value, Min, Max, Inc, Constant, Expression, From, To, Entry };
