@@ -26,13 +26,6 @@ bool NodeVariables::take(Loader& loader, Node& owner, const PropertyRecord& reco
     return true;
 }
 
-void NodeVariables::addNode(std::string name, Node* node) {
-    Var v;
-    v.name = std::move(name);
-    v.node = node;
-    vars_.push_back(std::move(v));
-}
-
 const NodeVariables::Var* NodeVariables::findVar(std::string_view name) const {
     for (const Var& v : vars_)
         if (v.name == name) return &v;

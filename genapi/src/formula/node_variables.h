@@ -24,10 +24,10 @@ public:
 
     // Takes a pVariable, Constant or Expression record; false for others.
     bool take(Loader& loader, Node& owner, const PropertyRecord& record, std::string_view value);
-    void addNode(std::string name, Node* node);
     // A converter's names: TO is the device-side value (its pValue, read when
     // FormulaFrom needs it), FROM the feature-side value being written.
     void bindTo(Node* node) { to_ = node; }
+    Node* boundTo() const { return to_; }
     void setFrom(double from) {
         fromFloat_ = from;
         fromInt_ = std::isfinite(from) && std::fabs(from) < 9.2e18 ? static_cast<int64_t>(from) : 0;
