@@ -135,11 +135,6 @@ public:
         io(s.present);
         if (loading_ && s.node && !s.present) corrupt("number source");
     }
-    void io(Link& l) {
-        io(l.role);
-        io(l.node);
-        if (loading_ && !l.node) corrupt("link");
-    }
     template <class T>
     void io(std::vector<T>& v) {
         uint64_t n = v.size();
