@@ -288,7 +288,8 @@ TEST_P(CachedMap, BehavesAsTheParsedMap) {
 // A cache file changed anywhere, the change reaching the reader (as if the
 // checksum had been made to match): the reader refuses it, and the
 // description is parsed, or the node map it reads raises at worst GenICam
-// exceptions when read. The sanitizers see to it that nothing else happens.
+// exceptions when its values and properties are read. The sanitizers see to
+// it that nothing else happens.
 // Every byte takes each of three values, in the caches of the fixtures with
 // formulas, converters, enumerations and the rarer node types.
 TEST_F(CacheTest, ChangedBytesAreRefusedOrHarmless) {
@@ -322,6 +323,12 @@ TEST_F(CacheTest, ChangedBytesAreRefusedOrHarmless) {
                         return v && IsReadable(n->GetAccessMode()) ? std::string(v->ToString())
                                                                    : std::string();
                     });
+                    gcstring_vector properties;
+                    n->GetPropertyNames(properties);
+                    for (const gcstring& p : properties) {
+                        gcstring value, attributes;
+                        n->GetProperty(p, value, attributes);
+                    }
                 }
             }
             bad[at] = good[at];
