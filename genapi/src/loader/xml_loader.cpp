@@ -227,6 +227,11 @@ void Loader::finish() {
         for (uint32_t i = 0; i < n->recordCount_; ++i) {
             const PropertyRecord& r = records[i];
             if (r.level != 0) continue;
+            // An element without text or nested elements (<Streamable/>, as
+            // older descriptions write) leaves the property at its default;
+            // GetProperty still lists it.
+            bool nestedFollow = i + 1 < n->recordCount_ && records[i + 1].level == 1;
+            if (r.value.len == 0 && !nestedFollow) continue;
             auto prop = r.name < kKnownPropertyCount ? static_cast<Prop>(r.name) : Prop::Count;
             // Unknown properties stay readable through GetProperty.
             if (prop != Prop::Count) n->applyProperty(*this, prop, map_.text(r.value), r, n->firstRecord_ + i);
