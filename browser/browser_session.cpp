@@ -15,6 +15,10 @@ ErrorPrintingOff::ErrorPrintingOff() {
 
 ErrorPrintingOff::~ErrorPrintingOff() { QappControl(Q_DEFAULT_APPLICATION, Q_ERROR_PRINT, saved_); }
 
+std::string ErrorBoxText(const GenICam::GenericException& e) {
+    return e.GetDescription();
+}
+
 void InvalidateVisibleRows(FeatureTreeModel& model, const std::vector<TreeItem>& visibleFromFirst) {
     for (TreeItem item : visibleFromFirst) {
         FeatureRow* row = model.RowForItem(item);
@@ -47,9 +51,10 @@ void BrowserSession::Initialise(BrowserView& view) {
     try {
         computed = DeviceTitle(setup_.entries, setup_.deviceNumber);
     } catch (const GenICam::GenericException& e) {
-        view.ShowError(e.what());
+        view.ShowError(ErrorBoxText(e));
     }
-    view.SetPollingCheck(LibraryPollingEnabledFor(setup_.entries));
+    const bool polling = LibraryPollingEnabledFor(setup_.entries);
+    view.SetPollingCheck(polling);
     userLevel_ = kInitialLevel;
     view.FillLevelCombo(userLevel_);
     SetBusy(false);
@@ -58,15 +63,21 @@ void BrowserSession::Initialise(BrowserView& view) {
         std::lock_guard guard(lock_);
         model_.Build(setup_.entries, userLevel_);
     } catch (const GenICam::GenericException& e) {
-        view.ShowError(e.what());
+        view.ShowError(ErrorBoxText(e));
     }
+    ShowAccessFailure();
     view.UpdateControls();
+    defaultTitle_ = computed;
     title_ = setup_.titleOverride.empty() ? computed : setup_.titleOverride;
     view.SetTitle(title_);
     view.HideFindDialog();
     view.SetToolTips();
     // Last: a stored level rebuilds the tree that was just built.
     LoadSettings(store_, setup_.separateSettings, view);
+    // A box that shows checked polls.
+    if (polling)
+        for (GenICamPollingNodes* p : polling_)
+            p->Start();
 }
 
 void BrowserSession::Rebuild(int level) {
@@ -78,7 +89,7 @@ void BrowserSession::Rebuild(int level) {
         try {
             model_.Rebuild(setup_.entries, level);
         } catch (const GenICam::GenericException& e) {
-            if (view_) view_->ShowError(e.what());
+            if (view_) view_->ShowError(ErrorBoxText(e));
         }
         userLevel_ = level;
         // Only running polling restarts: Start collects the polled nodes anew.
@@ -87,7 +98,18 @@ void BrowserSession::Rebuild(int level) {
     }
     SetBusy(false);
     model_.RewriteAll();
+    ShowAccessFailure();
     if (view_) view_->UpdateControls();
+}
+
+void BrowserSession::Tick() {
+    changes_.Tick(model_);
+    ShowAccessFailure();
+}
+
+void BrowserSession::ShowAccessFailure() {
+    const std::string failure = model_.TakeAccessFailure();
+    if (view_ && !failure.empty()) view_->ShowError(failure);
 }
 
 void BrowserSession::ChangeLevel(int level) { Rebuild(level); }
@@ -116,6 +138,12 @@ void BrowserSession::SetPolling(bool enabled) {
         if (enabled) polling->Start();
         else polling->Stop();
     }
+}
+
+bool BrowserSession::Polling() const {
+    for (const GenICamPollingNodes* polling : polling_)
+        if (polling->IsRunning()) return true;
+    return false;
 }
 
 void BrowserSession::Save() {

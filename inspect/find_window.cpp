@@ -1,5 +1,6 @@
 #include "inspect/find_window.h"
 
+#include <QKeyEvent>
 #include <QLabel>
 #include <QLineEdit>
 #include <QListWidget>
@@ -17,17 +18,20 @@ FindWindow::FindWindow(QWidget* parent) : QDialog(parent) {
     layout->addWidget(list_, 1);
 
     connect(query_, &QLineEdit::textEdited, this, [this] { ShowMatches(); });
-    connect(query_, &QLineEdit::returnPressed, this, [this] { Enter(); });
-    // Picking a name follows it at once; Enter then has nothing left to do.
-    connect(list_, &QListWidget::itemClicked, this, [this](QListWidgetItem* item) {
-        const int row = list_->row(item);
-        if (row >= 0 && static_cast<size_t>(row) < shown_.size()) emit ItemChosen(shown_[static_cast<size_t>(row)].treeItem);
-    });
+    // A new selection, by mouse or by keyboard, is followed at once.
+    connect(list_, &QListWidget::itemSelectionChanged, this, [this] { GoToSelection(); });
 }
 
 void FindWindow::Fill(const std::vector<FindRow>& featureRows, const std::vector<FindRow>& categoryRows,
                       const std::string& browserCaption) {
     setWindowTitle(QString::fromStdString(FindCaption(browserCaption)));
+    query_->setFocus();
+    query_->clear();
+    Update(featureRows, categoryRows);
+}
+
+void FindWindow::Update(const std::vector<FindRow>& featureRows,
+                        const std::vector<FindRow>& categoryRows) {
     finder_.Refill(featureRows, categoryRows);
     ShowMatches();
 }
@@ -35,18 +39,36 @@ void FindWindow::Fill(const std::vector<FindRow>& featureRows, const std::vector
 void FindWindow::ShowMatches() {
     // The finder sorts case-insensitively; the list keeps that order.
     shown_ = finder_.Filter(query_->text().toStdString());
+    const QSignalBlocker quiet(list_); // refilling selects nothing to follow
     list_->clear();
     for (const FindEntry& entry : shown_) list_->addItem(QString::fromStdString(entry.name));
+}
+
+void FindWindow::GoToSelection() {
+    const QList<QListWidgetItem*> selected = list_->selectedItems();
+    if (selected.isEmpty()) return;
+    const int row = list_->row(selected.front());
+    if (row >= 0 && static_cast<size_t>(row) < shown_.size() &&
+        shown_[static_cast<size_t>(row)].treeItem)
+        emit ItemChosen(shown_[static_cast<size_t>(row)].treeItem);
 }
 
 void FindWindow::Enter() {
     std::optional<size_t> selection;
     const QList<QListWidgetItem*> selected = list_->selectedItems();
     if (!selected.isEmpty()) selection = static_cast<size_t>(list_->row(selected.front()));
-    const TreeItemHandle target = FeatureFinder::EnterTarget(query_->text().toStdString(), shown_, selection);
-    if (!target) return;
-    list_->setCurrentRow(0);
-    emit ItemChosen(target);
+    // Selecting the first name follows it.
+    if (FeatureFinder::EnterTarget(query_->text().toStdString(), shown_, selection))
+        list_->setCurrentRow(0);
+    accept(); // hides; the names and the query stay for the next find
+}
+
+void FindWindow::keyPressEvent(QKeyEvent* event) {
+    if (event->key() == Qt::Key_Return || event->key() == Qt::Key_Enter) {
+        Enter();
+        return;
+    }
+    QDialog::keyPressEvent(event);
 }
 
 } // namespace quillon::inspect
