@@ -7,7 +7,9 @@ set -euo pipefail
 build=$1 target=$2 kind=$3 runs=$4 dict=${5:-}
 here=$(cd "$(dirname "$0")" && pwd)
 seeds="$build/seeds/$kind"
-if [ ! -d "$seeds" ]; then
+# Made again when the seed maker changed (the cache layout may have).
+if [ ! -d "$seeds" ] || [ "$build/make_seeds" -nt "$seeds" ]; then
+  rm -rf "$seeds" "$seeds.tmp"
   mkdir -p "$seeds.tmp"
   "$build/make_seeds" "$kind" "$seeds.tmp" "$here"/../../shared/genicam-xml/*.xml \
     "$here"/../tests/genapi/fixtures/*.xml >/dev/null
