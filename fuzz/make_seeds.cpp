@@ -1,8 +1,9 @@
 // Writes the seed corpora of the fuzz targets from description files:
-//   make_seeds xml|zip|formula|cache OUT-FOLDER DESCRIPTION...
+//   make_seeds xml|zip|formula|cache|feature_set OUT-FOLDER DESCRIPTION...
 // xml: the files as they are; zip: each zipped; formula: every formula text of
 // each file (one byte of arithmetic mode first); cache: the records of each
-// file's node-map cache (what follows the key).
+// file's node-map cache (what follows the key); feature_set: a feature-set
+// file of each description's values over zero-filled memory.
 #include <cstdio>
 #include <fstream>
 #include <sstream>
@@ -11,7 +12,9 @@
 #include <pugixml.hpp>
 #include <zip.h>
 
+#include "GenApi/MemoryPort.h"
 #include "cache_file.h"
+#include "inspect/feature_set_format.h"
 
 namespace {
 
@@ -57,11 +60,52 @@ std::string cacheRecords(const char* path) {
     return bytes.size() > skip ? bytes.substr(skip) : std::string();
 }
 
+// Every value node as a line, a read-only one as a comment, a selected one
+// with the slice its selectors hold.
+std::string featureSet(const char* path) {
+    using namespace GenApi;
+    using namespace quillon::inspect;
+    CNodeMapRef ref;
+    ref._LoadXMLFromFile(path);
+    CMemoryPort port;
+    ref._Connect(&port);
+    NodeList_t nodes;
+    ref._GetNodes(nodes);
+    FeatureSection section;
+    section.caption = "Camera";
+    section.header = {"Vendor: " + std::string(path)};
+    for (INode* node : nodes) {
+        try {
+            CValuePtr value = node;
+            if (!value || !IsReadable(node->GetAccessMode())) continue;
+            const auto type = node->GetPrincipalInterfaceType();
+            if (type == intfICommand || type == intfIRegister || type == intfIPort ||
+                type == intfICategory)
+                continue;
+            FeatureLine line;
+            line.name = node->GetName();
+            line.value = type == intfIString ? QuoteText(value->ToString().c_str())
+                                             : std::string(value->ToString());
+            line.readOnly = !IsWritable(node->GetAccessMode());
+            FeatureList_t selectors;
+            if (CSelectorPtr selected = node) selected->GetSelectingFeatures(selectors);
+            for (IValue* s : selectors)
+                line.selectors.push_back({std::string(s->GetNode()->GetName()), std::string(s->ToString())});
+            section.lines.push_back(line);
+        } catch (const GenICam::GenericException&) {
+        }
+    }
+    FeatureSet set;
+    set.header = {"Quillon feature set"};
+    set.sections.push_back(section);
+    return WriteFeatureSet(set);
+}
+
 } // namespace
 
 int main(int argc, char** argv) {
     if (argc < 4) {
-        std::fprintf(stderr, "usage: make_seeds xml|zip|formula|cache OUT-FOLDER DESCRIPTION...\n");
+        std::fprintf(stderr, "usage: make_seeds xml|zip|formula|cache|feature_set OUT-FOLDER DESCRIPTION...\n");
         return 2;
     }
     const std::string kind = argv[1], out = argv[2];
@@ -73,6 +117,8 @@ int main(int argc, char** argv) {
                 write(name, readFile(argv[i]));
             } else if (kind == "zip") {
                 write(name, zipped(readFile(argv[i])));
+            } else if (kind == "feature_set") {
+                write(name, featureSet(argv[i]));
             } else if (kind == "cache") {
                 write(name, cacheRecords(argv[i]));
             } else if (kind == "formula") {

@@ -16,6 +16,7 @@ int main(int argc, char** argv) {
     size_t inputs = 0;
     for (int i = 1; i < argc; ++i) {
         std::vector<fs::path> files;
+        if (!fs::exists(argv[i])) continue; // a target without findings kept
         if (fs::is_directory(argv[i])) {
             for (const auto& entry : fs::directory_iterator(argv[i]))
                 if (entry.is_regular_file()) files.push_back(entry.path());

@@ -21,7 +21,9 @@ args=(-runs="$runs" -timeout=20 -rss_limit_mb=3072 -max_len=1048576 -print_final
       -artifact_prefix="$scratch/")
 [ -n "$dict" ] && args+=(-dict="$here/$dict")
 status=0
-"$build/fuzz_$target" "${args[@]}" "$scratch" "$seeds" "$here/regressions/$target" >"$scratch/log" 2>&1 || status=$?
+corpora=("$scratch" "$seeds")
+[ -d "$here/regressions/$target" ] && corpora+=("$here/regressions/$target")
+"$build/fuzz_$target" "${args[@]}" "${corpora[@]}" >"$scratch/log" 2>&1 || status=$?
 if [ $status -ne 0 ]; then
   tail -40 "$scratch/log"
   for finding in "$scratch"/crash-* "$scratch"/leak-* "$scratch"/timeout-* "$scratch"/oom-*; do
