@@ -11,6 +11,7 @@
 #include <cstdlib>
 #include <memory>
 #include <stdexcept>
+#include <utility>
 
 #include "GenApi/GenApi.h"
 #include "GenApi/MemoryPort.h"
@@ -18,7 +19,6 @@
 #include "browser/tree_model.h"
 #include "qorvis.h"
 #include "quillon.h"
-#include "tool_device.h"
 
 namespace quillon::host {
 
@@ -48,7 +48,8 @@ public:
 // The imaging library's objects and the records that describe them.
 class HostDevices {
 public:
-    explicit HostDevices(const std::string& xml) : dataDirectory_(tool::DataDirectory()) {
+    HostDevices(const std::string& xml, std::string dataDirectory)
+        : dataDirectory_(std::move(dataDirectory)) {
         QappControl(Q_DEFAULT_APPLICATION, Q_ERROR_PRINT, Q_PRINT_DISABLE);
         QappAlloc(QOR_TEXT(""), &app_);
         QsysAlloc(app_, Q_SYSTEM_SIMULATED, 0, Q_DEFAULT, &sys_);
@@ -140,7 +141,8 @@ bool HaveDisplay() {
 
 // No display: the window off screen, the tree on standard output, the
 // window's image in a file.
-int RunHeadless(const BrowserLibrary& library, HostDevices& devices, const std::string& image) {
+int RunHeadless(const BrowserLibrary& library, HostDevices& devices, const std::string& image,
+                const tool::WindowRequest& request) {
     ::setenv("QT_QPA_PLATFORM", "offscreen", 0);
     int argc = 1;
     char name[] = "quillon";
@@ -153,7 +155,7 @@ int RunHeadless(const BrowserLibrary& library, HostDevices& devices, const std::
     guard.window = static_cast<ControllerWindowHandle>(window);
     QWidget* widget = window ? QWidget::find(static_cast<WId>(window)) : nullptr;
     if (!widget) throw std::runtime_error("the browser window could not be opened");
-    tool::PrintTree(devices.Entries(), browser::kGuru);
+    request.printTree(devices.Entries(), browser::kGuru);
     if (!browser::SaveWindowImage(*widget, QString::fromStdString(image)))
         throw std::runtime_error("could not save the window image to '" + image + "'");
     std::printf("quillon: saved the browser window to %s\n", image.c_str());
@@ -195,13 +197,14 @@ int RunModeless(const BrowserLibrary& library, HostDevices& devices) {
 
 } // namespace
 
-int RunBrowserHost(const tool::Args& args) {
+int RunBrowserHost(const tool::WindowRequest& request) {
+    const tool::Args& args = request.args;
     const std::string image = args.Value("--image", "quillon.png");
     const bool modeless = args.Flag("--modeless");
     const std::string xml = args.Value("--xml");
     BrowserLibrary library;
-    HostDevices devices(xml);
-    if (!HaveDisplay()) return RunHeadless(library, devices, image);
+    HostDevices devices(xml, request.dataDirectory);
+    if (!HaveDisplay()) return RunHeadless(library, devices, image, request);
     return modeless ? RunModeless(library, devices) : RunModal(library, devices);
 }
 
