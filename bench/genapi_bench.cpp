@@ -108,6 +108,28 @@ void BM_CachedLoad(benchmark::State& state, const fs::path& file) {
     fs::remove_all(dir);
 }
 
+// Every node asked for its parents once, on a freshly loaded map (the first
+// call builds the reverse index).
+void BM_ParentsOfEveryNode(benchmark::State& state, const fs::path& file) {
+    std::string xml = readFile(file);
+    for (auto _ : state) {
+        state.PauseTiming();
+        auto map = load(xml);
+        NodeList_t nodes, parents;
+        map->GetNodes(nodes);
+        state.ResumeTiming();
+        size_t links = 0;
+        for (INode* n : nodes) {
+            n->GetParents(parents);
+            links += parents.size();
+        }
+        benchmark::DoNotOptimize(links);
+        state.PauseTiming();
+        map.reset();
+        state.ResumeTiming();
+    }
+}
+
 #ifdef QUILLON_HAVE_ARAVIS
 // The open engine most Linux users know, loading the same text, for scale.
 void BM_AravisLoad(benchmark::State& state, const fs::path& file) {
@@ -132,9 +154,12 @@ int registerAll() {
         benchmark::RegisterBenchmark(("Load/" + name).c_str(), BM_Load, f)->Unit(benchmark::kMillisecond);
         benchmark::RegisterBenchmark(("ReadEveryValue/" + name).c_str(), BM_ReadEveryValue, f)
             ->Unit(benchmark::kMicrosecond);
-        if (name == "Basler_a2A2600-20gmBAS")
+        if (name == "Basler_a2A2600-20gmBAS") {
             benchmark::RegisterBenchmark(("CachedLoad/" + name).c_str(), BM_CachedLoad, f)
                 ->Unit(benchmark::kMillisecond);
+            benchmark::RegisterBenchmark(("ParentsOfEveryNode/" + name).c_str(), BM_ParentsOfEveryNode, f)
+                ->Unit(benchmark::kMillisecond);
+        }
 #ifdef QUILLON_HAVE_ARAVIS
         if (name == "Basler_a2A2600-20gmBAS")
             benchmark::RegisterBenchmark(("AravisLoad/" + name).c_str(), BM_AravisLoad, f)

@@ -66,6 +66,33 @@ std::string_view NodeMap::recordName(const PropertyRecord& r) const {
     return extra < extraPropertyNames_.size() ? std::string_view(extraPropertyNames_[extra]) : std::string_view();
 }
 
+std::span<Node* const> NodeMap::parents(uint32_t index) const {
+    std::call_once(parentsIndexed_, [this] {
+        // Nodes are visited in map order, so a node's parents arrive in that
+        // order and a repeated link shows as the parent just added.
+        const size_t count = nodes_.size();
+        std::vector<uint32_t> last(count, UINT32_MAX);
+        parentBegin_.assign(count + 1, 0);
+        for (const auto& n : nodes_)
+            for (const Link& l : n->links())
+                if (last[l.node->index()] != n->index()) {
+                    last[l.node->index()] = n->index();
+                    ++parentBegin_[l.node->index() + 1];
+                }
+        for (size_t i = 0; i < count; ++i) parentBegin_[i + 1] += parentBegin_[i];
+        parentPool_.resize(parentBegin_[count]);
+        std::vector<uint32_t> next(parentBegin_.begin(), parentBegin_.end() - 1);
+        last.assign(count, UINT32_MAX);
+        for (const auto& n : nodes_)
+            for (const Link& l : n->links())
+                if (last[l.node->index()] != n->index()) {
+                    last[l.node->index()] = n->index();
+                    parentPool_[next[l.node->index()]++] = n.get();
+                }
+    });
+    return {parentPool_.data() + parentBegin_[index], parentPool_.data() + parentBegin_[index + 1]};
+}
+
 void NodeMap::GetNodes(NodeList_t& nodes) const {
     nodes.clear();
     nodes.reserve(nodes_.size());

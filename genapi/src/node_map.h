@@ -6,6 +6,7 @@
 #include <cstddef>
 #include <memory>
 #include <mutex>
+#include <span>
 #include <string>
 #include <string_view>
 #include <unordered_map>
@@ -52,6 +53,9 @@ public:
     // callbacks.
     void valueChanged(Node* changed);
 
+    // The nodes that link to the node at `index`, each once, in map order.
+    std::span<Node* const> parents(uint32_t index) const;
+
     const std::string& modelName() const { return modelName_; }
     const std::string& vendorName() const { return vendorName_; }
 
@@ -90,6 +94,11 @@ private:
     std::vector<Node*> registers_;
     std::vector<Link> linkPool_;
     std::vector<Node*> dependentPool_;
+    // The reverse of every link, indexed on the first GetParents: the parents
+    // of node i are parentPool_[parentBegin_[i], parentBegin_[i + 1]).
+    mutable std::once_flag parentsIndexed_;
+    mutable std::vector<uint32_t> parentBegin_;
+    mutable std::vector<Node*> parentPool_;
     std::vector<uint32_t> visitMark_;
     uint32_t visitGeneration_ = 0;
     std::vector<Node*> walk_;
