@@ -8,6 +8,7 @@
 #include <string>
 #include <string_view>
 
+#include "name_table.h"
 #include "node.h"
 #include "node_map.h"
 
@@ -47,6 +48,7 @@ private:
 
     NodeMap& map_;
     std::string source_;
+    NameTable<Node*> names_;
 };
 
 // A description is a few MiB at most: a file or a zip member larger than
