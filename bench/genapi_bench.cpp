@@ -7,11 +7,13 @@
 #include <cstdlib>
 #include <filesystem>
 #include <fstream>
+#include <map>
 #include <memory>
 #include <string>
 #include <vector>
 
 #include "GenApi/GenApi.h"
+#include "description_generator.h"
 
 #ifdef QUILLON_HAVE_ARAVIS
 #include <arv.h>
@@ -27,8 +29,30 @@ std::string readFile(const fs::path& p) {
     return {std::istreambuf_iterator<char>(in), std::istreambuf_iterator<char>()};
 }
 
+// A parse, whatever cache folder the environment names.
 std::unique_ptr<INodeMap> load(const std::string& xml) {
-    return std::unique_ptr<INodeMap>(CNodeMapFactory(ContentType_Xml, xml.data(), xml.size()).CreateNodeMap());
+    return std::unique_ptr<INodeMap>(
+        CNodeMapFactory(ContentType_Xml, xml.data(), xml.size(), CacheUsage_Ignore).CreateNodeMap());
+}
+
+// The heap a process holds: blocks from the heap and blocks mapped on their own.
+size_t heapInUse() {
+    struct mallinfo2 m = mallinfo2();
+    return m.uordblks + m.hblkhd;
+}
+
+// Generated descriptions, made once per size.
+const quillon_bench::GeneratedDescription& generated(size_t nodes) {
+    static std::map<size_t, quillon_bench::GeneratedDescription> made;
+    auto it = made.find(nodes);
+    if (it == made.end()) it = made.emplace(nodes, quillon_bench::GenerateDescription(nodes)).first;
+    return it->second;
+}
+
+// Seconds per item, shown with an SI prefix ("n" is nanoseconds).
+benchmark::Counter perItem(size_t items) {
+    return benchmark::Counter(static_cast<double>(items),
+                              benchmark::Counter::kIsIterationInvariantRate | benchmark::Counter::kInvert);
 }
 
 // One typed read of a value node; false when the node has no readable value.
@@ -59,16 +83,11 @@ void BM_Load(benchmark::State& state, const fs::path& file) {
         state.ResumeTiming();
     }
     state.SetBytesProcessed(static_cast<int64_t>(state.iterations() * xml.size()));
-    // Heap held by the node map once the description text is gone (blocks
-    // from the heap and blocks mapped on their own).
+    // Heap held by the node map once the description text is gone.
     malloc_trim(0);
-    auto heap = [] {
-        struct mallinfo2 m = mallinfo2();
-        return m.uordblks + m.hblkhd;
-    };
-    size_t before = heap();
+    size_t before = heapInUse();
     auto map = load(xml);
-    size_t after = heap();
+    size_t after = heapInUse();
     state.counters["nodes"] = static_cast<double>(map->GetNumNodes());
     state.counters["map_bytes"] = static_cast<double>(after - before);
     state.counters["map_per_xml"] = static_cast<double>(after - before) / static_cast<double>(xml.size());
@@ -89,10 +108,7 @@ void BM_ReadEveryValue(benchmark::State& state, const fs::path& file) {
         for (INode* n : readable) readOnce(n);
     }
     state.SetItemsProcessed(static_cast<int64_t>(state.iterations() * readable.size()));
-    // Seconds per read (shown with an SI prefix: "n" is nanoseconds).
-    state.counters["time_per_read"] = benchmark::Counter(static_cast<double>(readable.size()),
-                                                         benchmark::Counter::kIsIterationInvariantRate |
-                                                             benchmark::Counter::kInvert);
+    state.counters["time_per_read"] = perItem(readable.size());
     state.counters["values"] = static_cast<double>(readable.size());
 }
 
@@ -134,6 +150,50 @@ void BM_ParentsOfEveryNode(benchmark::State& state, const fs::path& file) {
         state.ResumeTiming();
     }
 }
+
+// Loading generated descriptions of 10k, 100k and 500k nodes: time and memory
+// per node.
+void BM_LoadGenerated(benchmark::State& state) {
+    const auto& d = generated(static_cast<size_t>(state.range(0)));
+    for (auto _ : state) {
+        auto map = load(d.xml);
+        benchmark::DoNotOptimize(map.get());
+        state.PauseTiming();
+        map.reset();
+        state.ResumeTiming();
+    }
+    malloc_trim(0);
+    size_t before = heapInUse();
+    auto map = load(d.xml);
+    size_t after = heapInUse();
+    const double nodes = static_cast<double>(map->GetNumNodes());
+    state.counters["nodes"] = nodes;
+    state.counters["time_per_node"] = perItem(map->GetNumNodes());
+    state.counters["bytes_per_node"] = static_cast<double>(after - before) / nodes;
+    state.counters["map_per_xml"] = static_cast<double>(after - before) / static_cast<double>(d.xml.size());
+}
+BENCHMARK(BM_LoadGenerated)->Arg(10000)->Arg(100000)->Arg(500000)->Unit(benchmark::kMillisecond);
+
+// Every node of a generated description asked for its parents (the first
+// call indexes them).
+void BM_ParentsOfEveryNodeGenerated(benchmark::State& state) {
+    const auto& d = generated(static_cast<size_t>(state.range(0)));
+    size_t count = 0;
+    for (auto _ : state) {
+        state.PauseTiming();
+        auto map = load(d.xml);
+        NodeList_t nodes, parents;
+        map->GetNodes(nodes);
+        count = nodes.size();
+        state.ResumeTiming();
+        for (INode* n : nodes) n->GetParents(parents);
+        state.PauseTiming();
+        map.reset();
+        state.ResumeTiming();
+    }
+    state.counters["time_per_node"] = perItem(count);
+}
+BENCHMARK(BM_ParentsOfEveryNodeGenerated)->Arg(10000)->Arg(100000)->Arg(500000)->Iterations(3)->Unit(benchmark::kMillisecond);
 
 #ifdef QUILLON_HAVE_ARAVIS
 // The open engine most Linux users know, loading the same text, for scale.

@@ -15,8 +15,7 @@
 
 namespace GenApi::detail {
 
-template <class T>
-class NameTable {
+template <class T> class NameTable {
 public:
     explicit NameTable(size_t expected = 0) {
         entries_.reserve(expected);
@@ -57,12 +56,14 @@ private:
     size_t probe(std::string_view name) const {
         const size_t mask = slots_.size() - 1;
         size_t i = hash(name) & mask;
-        while (slots_[i] && entries_[slots_[i] - 1].first != name) i = (i + 1) & mask;
+        while (slots_[i] && entries_[slots_[i] - 1].first != name)
+            i = (i + 1) & mask;
         return i;
     }
     void rehash(size_t expected) {
         size_t capacity = 16;
-        while (capacity < 2 * expected) capacity *= 2;
+        while (capacity < 2 * expected)
+            capacity *= 2;
         slots_.assign(capacity, 0);
         for (size_t e = 0; e < entries_.size(); ++e)
             slots_[probe(entries_[e].first)] = static_cast<uint32_t>(e + 1);
