@@ -32,6 +32,7 @@ int screenshot(const WindowRequest& request) {
     char* argv[] = {name, nullptr};
     QApplication app(argc, argv);
     browser::CTessel window(browser::BrowserSetup{request.device->entries(), 0, {}, false});
+    window.session().FinishBuild(); // the picture shows the whole tree
     if (!feature.empty()) {
         browser::TreeItem item = browser::kTopLevel;
         for (const browser::FeatureRow& row : window.session().model().featureRows())
