@@ -10,7 +10,7 @@
 #include "inspect/find_feature.h"
 
 class QLineEdit;
-class QListWidget;
+class QListView;
 
 namespace quillon::inspect {
 
@@ -28,7 +28,7 @@ public:
               const std::string& browserCaption);
 
     QLineEdit& queryEdit() { return *query_; }
-    QListWidget& nameList() { return *list_; }
+    QListView& nameList() { return *list_; }
     const std::vector<FindEntry>& shown() const { return shown_; }
 
 signals:
@@ -36,13 +36,15 @@ signals:
     void ItemChosen(TreeItemHandle item);
 
 private:
+    class NameModel;
     void ShowMatches();
     void Enter();
 
     FeatureFinder finder_;
     std::vector<FindEntry> shown_;
     QLineEdit* query_ = nullptr;
-    QListWidget* list_ = nullptr;
+    NameModel* names_ = nullptr;
+    QListView* list_ = nullptr;
 };
 
 } // namespace quillon::inspect

@@ -6,7 +6,7 @@
 #include <QComboBox>
 #include <QKeyEvent>
 #include <QLineEdit>
-#include <QListWidget>
+#include <QListView>
 #include <QPlainTextEdit>
 #include <QPushButton>
 
@@ -62,14 +62,14 @@ TEST(FindWindow, CtrlFOpensItAndEnterSelectsTheFirstMatchInTheTree) {
     Press(f.window.tree(), Qt::Key_F, Qt::ControlModifier);
     ASSERT_TRUE(find.isVisible());
     EXPECT_EQ(find.windowTitle().toStdString(), "Find Torvex TVX1280M (Q_DEV0) Features");
-    EXPECT_GT(find.nameList().count(), 20) << "an empty query lists every name";
+    EXPECT_GT(find.nameList().model()->rowCount(), 20) << "an empty query lists every name";
 
     find.queryEdit().setFocus();
     Type(find.queryEdit(), QStringLiteral("offsetx"));
-    ASSERT_GT(find.nameList().count(), 0);
+    ASSERT_GT(find.nameList().model()->rowCount(), 0);
     std::vector<std::string> names;
-    for (int i = 0; i < find.nameList().count(); ++i) {
-        names.push_back(find.nameList().item(i)->text().toStdString());
+    for (int i = 0; i < find.nameList().model()->rowCount(); ++i) {
+        names.push_back(find.nameList().model()->index(i, 0).data().toString().toStdString());
         EXPECT_NE(Lower(names.back()).find("offsetx"), std::string::npos) << names.back();
     }
     EXPECT_TRUE(
