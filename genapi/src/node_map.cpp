@@ -103,7 +103,8 @@ INode* NodeMap::GetNode(const gcstring& name) const { return find(std::string_vi
 
 void NodeMap::InvalidateNodes() const {
     std::lock_guard guard(lock_);
-    for (const auto& n : nodes_) n->dropCache();
+    // Only register-backed nodes keep values.
+    for (Node* r : registers_) r->dropCache();
     for (const auto& n : nodes_)
         if (n->hasCallbacks() && !n->callbackPending_) {
             n->callbackPending_ = true;
@@ -116,8 +117,8 @@ bool NodeMap::Connect(IPort* port, const gcstring& portName) const {
     auto* p = dynamic_cast<PortNode*>(find(std::string_view(portName)));
     if (!p) return false;
     p->connect(port);
-    // What was cached came from the previous port.
-    for (const auto& n : nodes_) n->dropCache();
+    // What was cached came from the previous port (only registers keep values).
+    for (Node* r : registers_) r->dropCache();
     return true;
 }
 

@@ -91,7 +91,7 @@ private:
     std::vector<NodePtr> nodes_;
     // Sorted by name: half the memory of a hash map, and lookups stay fast.
     std::vector<std::pair<std::string_view, Node*>> byName_;
-    std::vector<Node*> registers_;
+    std::vector<Node*> registers_; // every register-backed node: the only ones that keep values
     std::vector<Link> linkPool_;
     std::vector<Node*> dependentPool_;
     // The reverse of every link, indexed on the first GetParents: the parents
