@@ -7,6 +7,9 @@
 #
 #   bench/compare_aravis.sh [BUILD_DIR] [FILE.xml] [RUNS]
 #
+# BASELINE=/path/to/another/quillon adds that build's tree (with its own
+# cache) and --help to the same runs, for before-and-after figures.
+#
 # BUILD_DIR defaults to build/release (configure it with
 # -DCMAKE_BUILD_TYPE=Release; aravis_tree is built when libaravis-dev is
 # installed). Needs only bash and GNU time (/usr/bin/time, package "time").
@@ -23,6 +26,7 @@ done
 
 cache=$(mktemp -d)
 trap 'rm -rf "$cache"' EXIT
+baseline=${BASELINE:-}
 
 # Each command as the arguments of env, for GNU time to measure the program itself.
 declare -A commands=(
@@ -33,18 +37,28 @@ declare -A commands=(
 )
 names=(cached parsed startup walk)
 labels=("quillon tree --xml (cache)" "quillon tree --xml (parse)" "quillon --help" "aravis_tree")
+if [[ -n $baseline ]]; then
+    mkdir "$cache/baseline"
+    commands[base_cached]="GENICAM_CACHE_V3_4=$cache/baseline $baseline tree --xml $file"
+    commands[base_parsed]="GENICAM_CACHE_V3_4= $baseline tree --xml $file"
+    commands[base_startup]="$baseline --help"
+    names+=(base_cached base_parsed base_startup)
+    labels+=("baseline tree --xml (cache)" "baseline tree --xml (parse)" "baseline --help")
+fi
 run() { # started straight from the shell, as a user would
     case $1 in
     cached) GENICAM_CACHE_V3_4=$cache "$quillon" tree --xml "$file" ;;
     parsed) GENICAM_CACHE_V3_4= "$quillon" tree --xml "$file" ;;
     startup) "$quillon" --help ;;
     walk) "$aravis" "$file" ;;
+    base_cached) GENICAM_CACHE_V3_4=$cache/baseline "$baseline" tree --xml "$file" ;;
+    base_parsed) GENICAM_CACHE_V3_4= "$baseline" tree --xml "$file" ;;
+    base_startup) "$baseline" --help ;;
     esac >/dev/null
 }
 
 # The cache written, both programs' files in the page cache.
-run cached
-run walk
+for name in "${names[@]}"; do run "$name"; done
 
 declare -A times
 for ((i = 0; i < runs; ++i)); do

@@ -195,6 +195,23 @@ void BM_ParentsOfEveryNodeGenerated(benchmark::State& state) {
 }
 BENCHMARK(BM_ParentsOfEveryNodeGenerated)->Arg(10000)->Arg(100000)->Arg(500000)->Iterations(3)->Unit(benchmark::kMillisecond);
 
+// One value written to a generated map whose every value was read (so
+// every register holds cached bytes): the write checks which cached
+// registers share bytes with it.
+void BM_WriteOneValueGenerated(benchmark::State& state) {
+    const auto& d = generated(static_cast<size_t>(state.range(0)));
+    auto map = load(d.xml);
+    CMemoryPort port;
+    map->Connect(&port);
+    NodeList_t nodes;
+    map->GetNodes(nodes);
+    for (INode* n : nodes) readOnce(n);
+    CIntegerPtr offset = map->GetNode("Offset7");
+    int64_t value = 0;
+    for (auto _ : state) offset->SetValue(value = (value + 16) % 4096);
+}
+BENCHMARK(BM_WriteOneValueGenerated)->Arg(10000)->Arg(100000)->Arg(500000)->Unit(benchmark::kMicrosecond);
+
 #ifdef QUILLON_HAVE_ARAVIS
 // The open engine most Linux users know, loading the same text, for scale.
 void BM_AravisLoad(benchmark::State& state, const fs::path& file) {

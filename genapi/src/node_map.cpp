@@ -105,6 +105,7 @@ void NodeMap::InvalidateNodes() const {
     std::lock_guard guard(lock_);
     // Only register-backed nodes keep values.
     for (Node* r : registers_) r->dropCache();
+    const_cast<NodeMap*>(this)->forgetCachedRegisters();
     for (const auto& n : nodes_)
         if (n->hasCallbacks() && !n->callbackPending_) {
             n->callbackPending_ = true;
@@ -119,6 +120,7 @@ bool NodeMap::Connect(IPort* port, const gcstring& portName) const {
     p->connect(port);
     // What was cached came from the previous port (only registers keep values).
     for (Node* r : registers_) r->dropCache();
+    const_cast<NodeMap*>(this)->forgetCachedRegisters();
     return true;
 }
 
@@ -143,14 +145,66 @@ void NodeMap::Poll(int64_t elapsedTime) {
     }
 }
 
+namespace {
+constexpr unsigned kBlockBits = 12;
+constexpr uint64_t kLongRegister = 64 * 1024;
+} // namespace
+
+void NodeMap::registerCached(Node* reg, int64_t address, int64_t length) {
+    RegisterCacheNote& note = reg->registerCore()->indexNote();
+    if (note.generation == cacheGeneration_ && note.address == address && note.length == length) return;
+    note = {cacheGeneration_, address, length};
+    indexCached(reg, static_cast<uint64_t>(address), static_cast<uint64_t>(length));
+    // Registers that move between addresses (selectors) leave stale entries:
+    // past a few per register the index is made anew from the caches held.
+    if (cachedEntries_ > 4 * registers_.size() + 1024) {
+        forgetCachedRegisters();
+        for (Node* r : registers_) {
+            RegisterCore* core = r->registerCore();
+            if (!core || !core->cacheValid()) continue;
+            core->indexNote() = {cacheGeneration_, core->cachedAddress(), core->cachedLength()};
+            indexCached(r, static_cast<uint64_t>(core->cachedAddress()), static_cast<uint64_t>(core->cachedLength()));
+        }
+    }
+}
+
+void NodeMap::indexCached(Node* reg, uint64_t a0, uint64_t n) {
+    if (n == 0) return;
+    ++cachedEntries_;
+    if (n > kLongRegister || a0 + n < a0) {
+        cachedLong_.push_back(reg);
+        return;
+    }
+    for (uint64_t b = a0 >> kBlockBits; b <= (a0 + n - 1) >> kBlockBits; ++b) cachedByBlock_[b].push_back(reg);
+}
+
+void NodeMap::forgetCachedRegisters() {
+    cachedByBlock_.clear();
+    cachedLong_.clear();
+    cachedEntries_ = 0;
+    ++cacheGeneration_; // every register's note is out of date now
+}
+
 void NodeMap::registerWritten(const Node* writer, int64_t address, int64_t length, const void* port) {
-    for (Node* r : registers_) {
-        if (r == writer) continue;
+    auto check = [&](Node* r) {
+        if (r == writer) return;
         RegisterCore* core = r->registerCore();
-        if (!core || !core->cacheValid()) continue;
+        if (!core || !core->cacheValid()) return;
         core->dropIfOverlaps(address, length, port);
         if (!core->cacheValid()) valueChanged(r);
+    };
+    const auto a0 = static_cast<uint64_t>(address), n = static_cast<uint64_t>(length);
+    if (n == 0 || cachedEntries_ == 0) return;
+    const uint64_t first = a0 >> kBlockBits, last = (a0 + n - 1) >> kBlockBits;
+    if (a0 + n < a0 || last - first >= 1024) {
+        // A write of megabytes: every register rather than every block.
+        for (Node* r : registers_) check(r);
+        return;
     }
+    for (Node* r : cachedLong_) check(r);
+    for (uint64_t b = first; b <= last; ++b)
+        if (auto it = cachedByBlock_.find(b); it != cachedByBlock_.end())
+            for (Node* r : it->second) check(r);
 }
 
 void NodeMap::valueChanged(Node* changed) {

@@ -19,6 +19,12 @@ namespace GenApi::detail {
 
 class PortNode;
 
+// What the node map's index of cached registers holds of one register.
+struct RegisterCacheNote {
+    uint32_t generation = 0;
+    int64_t address = 0, length = 0;
+};
+
 class NodeMap final : public INodeMap {
 public:
     explicit NodeMap(std::string deviceName);
@@ -48,6 +54,9 @@ public:
     // written range overlaps (bit fields of one register, aliases).
     void registerWritten(const Node* writer, int64_t address, int64_t length, const void* port);
     void addRegister(Node* reg) { registers_.push_back(reg); }
+    // A register now holds the bytes of [address, address + length): indexed
+    // so that a write looks only at the registers it may share bytes with.
+    void registerCached(Node* reg, int64_t address, int64_t length);
     // After `changed` took a new value (or was invalidated): drops the cached
     // values of every node whose value may depend on it and schedules their
     // callbacks.
@@ -92,6 +101,16 @@ private:
     // Sorted by name: half the memory of a hash map, and lookups stay fast.
     std::vector<std::pair<std::string_view, Node*>> byName_;
     std::vector<Node*> registers_; // every register-backed node: the only ones that keep values
+    // Registers that cached bytes, by 4 KiB block of their address (registers
+    // longer than 64 KiB in a list of their own). An entry may be stale (its
+    // register dropped or moved its bytes since) and is checked where met;
+    // dropping every cache empties the index and starts a new generation.
+    std::unordered_map<uint64_t, std::vector<Node*>> cachedByBlock_;
+    std::vector<Node*> cachedLong_;
+    size_t cachedEntries_ = 0; // grows with stale entries: past a bound the index is rebuilt
+    uint32_t cacheGeneration_ = 1;
+    void forgetCachedRegisters();
+    void indexCached(Node* reg, uint64_t address, uint64_t length);
     std::vector<Link> linkPool_;
     std::vector<Node*> dependentPool_;
     // The reverse of every link, indexed on the first GetParents: the parents
