@@ -181,6 +181,14 @@ void FeatureTreeModel::StartBuild(const std::vector<NodeMapEntry>& entries, int 
     entries_ = entries;
     nextEntry_ = 0;
     pending_.clear();
+    // Room for a row per node: no table rehashes all its rows in the middle
+    // of a slice.
+    size_t nodes = rowOfItem_.size();
+    for (const NodeMapEntry& entry : entries)
+        if (entry.context.nodeMap) nodes += static_cast<size_t>(entry.context.nodeMap->GetNumNodes());
+    shownFeatures_.reserve(nodes);
+    featureRowsOfNode_.reserve(nodes);
+    rowOfItem_.reserve(nodes);
 }
 
 bool FeatureTreeModel::ContinueBuild(std::chrono::steady_clock::time_point until) {
