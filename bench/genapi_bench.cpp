@@ -2,6 +2,7 @@
 // a memory port, and the memory a loaded node map holds.
 #include <benchmark/benchmark.h>
 #include <malloc.h>
+#include <pugixml.hpp>
 
 #include <algorithm>
 #include <cstdlib>
@@ -110,6 +111,20 @@ void BM_ReadEveryValue(benchmark::State& state, const fs::path& file) {
     state.SetItemsProcessed(static_cast<int64_t>(state.iterations() * readable.size()));
     state.counters["time_per_read"] = perItem(readable.size());
     state.counters["values"] = static_cast<double>(readable.size());
+}
+
+// pugixml alone parsing the same text in place: the floor under a load.
+void BM_PugixmlParse(benchmark::State& state, const fs::path& file) {
+    const std::string xml = readFile(file);
+    std::string buffer;
+    for (auto _ : state) {
+        state.PauseTiming();
+        buffer = xml;
+        state.ResumeTiming();
+        pugi::xml_document doc;
+        benchmark::DoNotOptimize(doc.load_buffer_inplace(buffer.data(), buffer.size()));
+    }
+    state.SetBytesProcessed(static_cast<int64_t>(state.iterations() * xml.size()));
 }
 
 // Loading from a file through the node-map cache, after a first load wrote it.
@@ -240,6 +255,8 @@ int registerAll() {
             benchmark::RegisterBenchmark(("CachedLoad/" + name).c_str(), BM_CachedLoad, f)
                 ->Unit(benchmark::kMillisecond);
             benchmark::RegisterBenchmark(("ParentsOfEveryNode/" + name).c_str(), BM_ParentsOfEveryNode, f)
+                ->Unit(benchmark::kMillisecond);
+            benchmark::RegisterBenchmark(("PugixmlParse/" + name).c_str(), BM_PugixmlParse, f)
                 ->Unit(benchmark::kMillisecond);
         }
 #ifdef QUILLON_HAVE_ARAVIS
