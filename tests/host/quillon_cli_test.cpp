@@ -148,7 +148,7 @@ TEST(QuillonCommand, SavesLoadsAndComparesFeatureSets) {
          "quillon: " + dir + "/bad.txt:2: a section must be written [Caption]\n"},
         {"load " + dir + "/none.txt", 2, "quillon: cannot read '" + dir + "/none.txt'\n"},
         {"save " + dir + "/none/saved.txt", 2,
-         "quillon: cannot write '" + dir + "/none/saved.txt'\n"},
+         "quillon: Cannot create " + dir + "/none/saved.txt.part: No such file or directory\n"},
         {"diff " + saved, 2, "quillon: diff compares two sources (quillon diff --help)\n"},
     };
     for (const Row& row : rows) {
