@@ -22,6 +22,10 @@ ErrorPrintingOff::ErrorPrintingOff() {
 
 ErrorPrintingOff::~ErrorPrintingOff() { QappControl(Q_DEFAULT_APPLICATION, Q_ERROR_PRINT, saved_); }
 
+std::string ErrorBoxText(const GenICam::GenericException& e) {
+    return e.GetDescription();
+}
+
 void InvalidateVisibleRows(FeatureTreeModel& model, const std::vector<TreeItem>& visibleFromFirst) {
     for (TreeItem item : visibleFromFirst) {
         FeatureRow* row = model.RowForItem(item);
@@ -54,9 +58,10 @@ void BrowserSession::Initialise(BrowserView& view) {
     try {
         computed = DeviceTitle(setup_.entries, setup_.deviceNumber);
     } catch (const GenICam::GenericException& e) {
-        view.ShowError(e.what());
+        view.ShowError(ErrorBoxText(e));
     }
-    view.SetPollingCheck(LibraryPollingEnabledFor(setup_.entries));
+    const bool polling = LibraryPollingEnabledFor(setup_.entries);
+    view.SetPollingCheck(polling);
     userLevel_ = kInitialLevel;
     view.FillLevelCombo(userLevel_);
     SetBusy(false);
@@ -66,7 +71,9 @@ void BrowserSession::Initialise(BrowserView& view) {
         model_.StartBuild(setup_.entries, userLevel_);
     }
     const bool built = BuildFor(kFirstSlice);
+    ShowAccessFailure();
     view.UpdateControls();
+    defaultTitle_ = computed;
     title_ = setup_.titleOverride.empty() ? computed : setup_.titleOverride;
     view.SetTitle(title_);
     view.HideFindDialog();
@@ -74,6 +81,10 @@ void BrowserSession::Initialise(BrowserView& view) {
     if (!built) ScheduleRest();
     // Last: a stored level rebuilds the tree that was just built.
     LoadSettings(store_, setup_.separateSettings, view);
+    // A box that shows checked polls.
+    if (polling)
+        for (GenICamPollingNodes* p : polling_)
+            p->Start();
 }
 
 bool BrowserSession::BuildFor(std::chrono::steady_clock::duration slice) {
@@ -83,7 +94,7 @@ bool BrowserSession::BuildFor(std::chrono::steady_clock::duration slice) {
                                         ? std::chrono::steady_clock::time_point::max()
                                         : std::chrono::steady_clock::now() + slice);
     } catch (const GenICam::GenericException& e) {
-        if (view_) view_->ShowError(e.what());
+        if (view_) view_->ShowError(ErrorBoxText(e));
         return true;
     }
 }
@@ -95,7 +106,9 @@ void BrowserSession::ScheduleRest() {
 void BrowserSession::ContinueBuild() {
     if (!model_.building()) return;
     ErrorPrintingOff printingOff;
-    if (!BuildFor(kSlice)) {
+    const bool built = BuildFor(kSlice);
+    ShowAccessFailure();
+    if (!built) {
         ScheduleRest();
         return;
     }
@@ -106,6 +119,7 @@ void BrowserSession::FinishBuild() {
     if (!model_.building()) return;
     ErrorPrintingOff printingOff;
     BuildFor(std::chrono::steady_clock::duration::max());
+    ShowAccessFailure();
     if (view_) view_->UpdateControls();
 }
 
@@ -126,8 +140,19 @@ void BrowserSession::Rebuild(int level) {
     }
     SetBusy(false);
     model_.RewriteAll();
+    ShowAccessFailure();
     if (view_) view_->UpdateControls();
     if (!built) ScheduleRest();
+}
+
+void BrowserSession::Tick() {
+    changes_.Tick(model_);
+    ShowAccessFailure();
+}
+
+void BrowserSession::ShowAccessFailure() {
+    const std::string failure = model_.TakeAccessFailure();
+    if (view_ && !failure.empty()) view_->ShowError(failure);
 }
 
 void BrowserSession::ChangeLevel(int level) { Rebuild(level); }
@@ -156,6 +181,12 @@ void BrowserSession::SetPolling(bool enabled) {
         if (enabled) polling->Start();
         else polling->Stop();
     }
+}
+
+bool BrowserSession::Polling() const {
+    for (const GenICamPollingNodes* polling : polling_)
+        if (polling->IsRunning()) return true;
+    return false;
 }
 
 void BrowserSession::Save() {

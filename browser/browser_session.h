@@ -9,10 +9,11 @@
 #include <string>
 #include <vector>
 
+#include "GenICam/exceptions.h"
 #include "browser/browser_settings.h"
 #include "browser/feature_polling.h"
-#include "types/feature_row.h"
 #include "browser/tree_model.h"
+#include "types/feature_row.h"
 
 namespace quillon::browser {
 
@@ -29,6 +30,11 @@ public:
 private:
     int64_t saved_;
 };
+
+// The text of a GenICam exception in the "Error message:" box, wherever it
+// was caught: its description, without the engine's source place that
+// what() appends.
+std::string ErrorBoxText(const GenICam::GenericException& e);
 
 // What the session asks of the dialog's window.
 class BrowserView : public SettingsTarget {
@@ -74,6 +80,10 @@ struct BrowserSetup {
     int64_t deviceNumber = 0;
     std::string titleOverride; // empty: the title is computed
     bool separateSettings = false;
+    // The imaging library's system the host gave the browser (QorSystem, 0
+    // for none): the dialog's own object, asked the system-level inquiries
+    // such as whether commands complete asynchronously.
+    int64_t system = 0;
 };
 
 class BrowserSession {
@@ -88,7 +98,8 @@ public:
 
     // The dialog's start-up: error printing off meanwhile; polling check,
     // level combo at Guru, the tree, the title, find dialog hidden, tool
-    // tips, and the stored settings last (they may rebuild at another level).
+    // tips, and the stored settings (they may rebuild at another level);
+    // last, polling starts when the library has it enabled for the device.
     // GenICam failures of the title or the tree go to the error box.
     void Initialise(BrowserView& view);
 
@@ -111,6 +122,11 @@ public:
     // The "Polling" check box: tells the library for the digitizer and system
     // entries, then starts or stops every polling object.
     void SetPolling(bool enabled);
+    // Whether a polling object runs.
+    bool Polling() const;
+
+    // The change timer's tick: rewrites the changed rows.
+    void Tick();
 
     // The dialog is closed: save, hide the find dialog.
     void Close();
@@ -121,6 +137,11 @@ public:
     bool busy() const { return busy_; }
     int userLevel() const { return userLevel_; }
     const std::string& title() const { return title_; }
+    const std::vector<NodeMapEntry>& entries() const { return setup_.entries; }
+    // The title computed from the device, whatever the host gave: the find
+    // window's caption follows it.
+    const std::string& defaultTitle() const { return defaultTitle_; }
+    int64_t system() const { return setup_.system; }
     FeatureTreeModel& model() { return model_; }
     ChangedNodeSet& changes() { return changes_; }
 
@@ -132,6 +153,9 @@ private:
     void ScheduleRest();
     void Rebuild(int level);
     void SetBusy(bool busy);
+    // A device that failed while rows were written (a row shows "Error")
+    // tells why in the error box.
+    void ShowAccessFailure();
     void Save();
 
     BrowserSetup setup_;
@@ -144,6 +168,7 @@ private:
     bool busy_ = false;
     int userLevel_ = kGuru;
     std::string title_;
+    std::string defaultTitle_;
 };
 
 } // namespace quillon::browser

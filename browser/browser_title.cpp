@@ -34,12 +34,4 @@ std::string DeviceTitle(const std::vector<NodeMapEntry>& entries, int64_t device
     return DefaultTitle(deviceNumber);
 }
 
-std::string WindowTitle(const std::string& titleOverride, const std::vector<NodeMapEntry>& entries,
-                        int64_t deviceNumber) {
-    // The node maps are read even when the host overrides the title, so a
-    // description that fails here fails the same way with and without one.
-    std::string computed = DeviceTitle(entries, deviceNumber);
-    return titleOverride.empty() ? computed : titleOverride;
-}
-
 } // namespace quillon::browser

@@ -20,11 +20,6 @@ std::string DefaultTitle(int64_t deviceNumber);
 // GenICam exceptions of the reads propagate.
 std::string DeviceTitle(const std::vector<NodeMapEntry>& entries, int64_t deviceNumber);
 
-// The title the window shows: the host's override when it is not empty,
-// otherwise DeviceTitle.
-std::string WindowTitle(const std::string& titleOverride, const std::vector<NodeMapEntry>& entries,
-                        int64_t deviceNumber);
-
 // One entry of the "Feature Level:" combo box; the position in kLevelChoices
 // is the combo index.
 struct LevelChoice {

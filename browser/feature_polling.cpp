@@ -77,7 +77,7 @@ void GenICamPollingNodes::Run() {
 void ChangedNodeSet::OnNodeChanged(GenApi::INode* node) {
     std::lock_guard guard(lock_);
     if (busy_) return;
-    if (!timerRunning_ && ready_) {
+    if (!timerRunning_) {
         timerRunning_ = true;
         timer_.Start(ChangeTimer::kIntervalMs);
     }
@@ -107,11 +107,6 @@ void ChangedNodeSet::Tick(FeatureTreeModel& model) {
 void ChangedNodeSet::SetBusy(bool busy) {
     std::lock_guard guard(lock_);
     busy_ = busy;
-}
-
-void ChangedNodeSet::SetReady(bool ready) {
-    std::lock_guard guard(lock_);
-    ready_ = ready;
 }
 
 bool ChangedNodeSet::TimerRunning() const {

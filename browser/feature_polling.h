@@ -72,7 +72,7 @@ public:
     explicit ChangedNodeSet(ChangeTimer& timer) : timer_(timer) {}
 
     // The node-changed handler: ignored while busy; starts the timer when
-    // none runs and the browser is ready; records the node once.
+    // none runs; records the node once.
     void OnNodeChanged(GenApi::INode* node);
     // The timer's tick: kills the timer when nothing changed, otherwise
     // rewrites the rows of every changed node. Switches the imaging library's
@@ -80,7 +80,6 @@ public:
     void Tick(FeatureTreeModel& model);
 
     void SetBusy(bool busy);
-    void SetReady(bool ready);
     bool TimerRunning() const;
     std::set<GenApi::INode*> Snapshot() const;
     // Kills a running timer (the browser's destruction).
@@ -92,7 +91,6 @@ private:
     std::set<GenApi::INode*> changed_;
     bool timerRunning_ = false;
     bool busy_ = false;
-    bool ready_ = true;
 };
 
 // The imaging library's polling-enabled setting of an object (Q_GC_POLLING)

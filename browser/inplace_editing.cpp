@@ -6,6 +6,7 @@
 #include "GenICam/exceptions.h"
 #include "browser/value_rendering.h"
 #include "inspect/value_commit.h"
+#include "types/integer_display.h"
 
 namespace quillon::browser {
 
@@ -23,12 +24,12 @@ std::string ShownValue(const FeatureRow& row) {
 EditorPlan IntegerPlan(const FeatureRow& row) {
     GenApi::CIntegerPtr integer(row.node);
     EditorPlan plan;
-    const GenApi::ERepresentation representation = integer->GetRepresentation();
-    const std::string name = row.node->GetName().c_str();
+    const GenApi::ERepresentation representation =
+        DisplayRepresentation(row.node->GetName().c_str(), integer->GetRepresentation());
     plan.text = ShownValue(row);
     // Addresses and bit patterns are typed as text in their own notation.
     if (representation == GenApi::HexNumber || representation == GenApi::IPV4Address ||
-        representation == GenApi::MACAddress || IsIpv4FeatureName(name) || IsMacFeatureName(name)) {
+        representation == GenApi::MACAddress) {
         plan.kind = EditorKind::Edit;
         return plan;
     }

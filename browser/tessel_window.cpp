@@ -4,9 +4,11 @@
 #include <QCheckBox>
 #include <QCloseEvent>
 #include <QComboBox>
+#include <QContextMenuEvent>
 #include <QHBoxLayout>
 #include <QKeyEvent>
 #include <QLabel>
+#include <QMenu>
 #include <QMouseEvent>
 #include <QPainter>
 #include <QPixmap>
@@ -17,17 +19,17 @@
 
 #include "GenApi/GenApi.h"
 #include "browser/browser_title.h"
+#include "browser/property_box.h"
+#include "browser/understanding_window.h"
 #include "controls/column_tree_widget.h"
 #include "controls/entry_controls_widget.h"
 #include "controls/imaging_edit_widget.h"
 #include "inspect/command_execution.h"
+#include "inspect/feature_sets_window.h"
 #include "inspect/file_access_window.h"
 #include "inspect/find_window.h"
-#include "inspect/property_text.h"
-#include "inspect/snippet_generator.h"
 #include "inspect/value_commit.h"
 #include "memview/memory_viewer.h"
-#include "qorvis.h"
 
 namespace quillon::browser {
 
@@ -35,6 +37,15 @@ namespace {
 
 QString ToQString(const std::string& text) {
     return QString::fromStdString(text);
+}
+
+// The find list's names of the tree's rows.
+std::vector<inspect::FindRow> FindRows(const std::deque<FeatureRow>& rows) {
+    std::vector<inspect::FindRow> out;
+    for (const FeatureRow& r : rows)
+        if (r.treeItem)
+            out.push_back({r.label, r.node ? std::string(r.node->GetName()) : r.label, r.treeItem});
+    return out;
 }
 
 // A magnifier for the find button, 16 x 16.
@@ -86,7 +97,7 @@ CTessel::CTessel(BrowserSetup setup, SettingsStore* store, QWidget* parent) : QD
         store = ownStore_.get();
     }
     timer_ = std::make_unique<QtChangeTimer>([this] {
-        if (session_) session_->changes().Tick(session_->model());
+        if (session_) session_->Tick();
     });
 
     setObjectName(QString::number(TemplateId()));
@@ -277,7 +288,7 @@ void CTessel::ShowEditor() {
     try {
         plan_ = PlanEditor(*row);
     } catch (const GenICam::GenericException& e) {
-        ShowError(e.GetDescription());
+        ShowError(ErrorBoxText(e));
         plan_ = EditorPlan{};
     }
     if (plan_.kind == EditorKind::None) return;
@@ -367,9 +378,12 @@ void CTessel::CommitText(const std::string& text) {
     try {
         const inspect::CommitResult result =
             inspect::CommitValue(row->node, row->node->GetName().c_str(), text, row->context);
-        if (!result.written) ShowError(result.message);
+        if (!result.written)
+            ShowError(result.message);
+        else
+            sessionCode_.Record(row->node, row->context.objectKind);
     } catch (const GenICam::GenericException& e) {
-        ShowError(e.GetDescription());
+        ShowError(ErrorBoxText(e));
     }
     AfterWrite(*row);
 }
@@ -390,9 +404,12 @@ void CTessel::ToggleBooleanOf(TreeItem item) {
     if (!row || !row->node || !Writable(item)) return;
     const ErrorPrintingOff quiet;
     try {
-        if (const std::string message = ToggleBoolean(*row); !message.empty()) ShowError(message);
+        if (const std::string message = ToggleBoolean(*row); !message.empty())
+            ShowError(message);
+        else
+            sessionCode_.Record(row->node, row->context.objectKind);
     } catch (const GenICam::GenericException& e) {
-        ShowError(e.GetDescription());
+        ShowError(ErrorBoxText(e));
     }
     AfterWrite(*row);
 }
@@ -404,14 +421,25 @@ void CTessel::RunActionButton() {
     memview::QtMemoryViewer ownViewer(this);
     inspect::MemoryViewer& viewer = viewer_ ? *viewer_ : ownViewer;
     const ErrorPrintingOff quiet;
+    const QPointer<CTessel> alive(this);
     // Failures are dropped here by design; the row shows what the device holds.
-    inspect::RunAction(row->node, row->node->GetName().c_str(), row->context, viewer);
+    const inspect::ActionOutcome outcome = inspect::RunAction(
+        row->node, row->node->GetName().c_str(), row->context, session_->system(), viewer);
+    // The viewer's event loop lets the host delete this window (and the node
+    // maps it shows) meanwhile: nothing of it may be touched then.
+    if (!alive) return;
+    if (outcome == inspect::ActionOutcome::CommandExecuted ||
+        outcome == inspect::ActionOutcome::RegisterWritten)
+        sessionCode_.Record(row->node, row->context.objectKind);
     if (session_->model().RowForItem(editing_) == row) AfterWrite(*row);
 }
 
 void CTessel::UpdateControls() {
     ShowProperties();
     ShowEditor();
+    // After a rebuild the find list must name the new tree items only.
+    const FeatureTreeModel& model = session_->model();
+    findWindow_->Update(FindRows(model.featureRows()), FindRows(model.categoryRows()));
     tree_->viewport()->update();
 }
 
@@ -442,16 +470,9 @@ bool CTessel::IsDialogVisible() const {
 }
 
 void CTessel::ShowFindDialog() {
-    auto rows = [](const std::deque<FeatureRow>& from) {
-        std::vector<inspect::FindRow> out;
-        for (const FeatureRow& r : from)
-            if (r.treeItem)
-                out.push_back(
-                    {r.label, r.node ? std::string(r.node->GetName()) : r.label, r.treeItem});
-        return out;
-    };
-    findWindow_->Fill(rows(session_->model().featureRows()), rows(session_->model().categoryRows()),
-                      session_->title());
+    const FeatureTreeModel& model = session_->model();
+    findWindow_->Fill(FindRows(model.featureRows()), FindRows(model.categoryRows()),
+                      session_->defaultTitle());
     findWindow_->show();
     findWindow_->raise();
     findWindow_->activateWindow();
@@ -526,8 +547,6 @@ void CTessel::ChangeLevel(int level) {
             if (kLevelChoices[i].level == level) levelCombo_->setCurrentIndex(static_cast<int>(i));
     }
     session_->ChangeLevel(level);
-    // The rebuild replaced every tree item the find list points at.
-    if (findWindow_->isVisible()) ShowFindDialog();
 }
 
 bool CTessel::ForwardKey(QKeyEvent* event) {
@@ -541,10 +560,38 @@ bool CTessel::ForwardKey(QKeyEvent* event) {
     return session_->OnKeyDown(key, ctrl, tree_->VisibleItemsFromFirst());
 }
 
+// Each group of entries comes from its own function: one line each here.
+void CTessel::FillTreeMenu(QMenu& menu, TreeItem item) {
+    const FeatureRow* row = session_->model().RowForItem(item);
+    AddWhyAction(menu, *this, row);
+    AddSlicesAction(menu, *this, row);
+    AddSessionCodeAction(menu, *this, sessionCode_);
+    menu.addSeparator();
+    inspect::AddFeatureSetEntries(menu, *this, item);
+}
+
+// A right click selects the row it is on, then shows the menu for it.
+void CTessel::ShowTreeMenu(QPoint at) {
+    const TreeItem item = tree_->ItemAt(at);
+    if (item) tree_->SelectItem(item);
+    QMenu menu(this);
+    FillTreeMenu(menu, item);
+    menu.exec(tree_->viewport()->mapToGlobal(at));
+}
+
 bool CTessel::eventFilter(QObject* watched, QEvent* event) {
-    if (watched == tree_ && event->type() == QEvent::KeyPress &&
-        ForwardKey(static_cast<QKeyEvent*>(event)))
+    if (watched == tree_ && event->type() == QEvent::KeyPress) {
+        auto* key = static_cast<QKeyEvent*>(event);
+        if (ForwardKey(key)) return true;
+        // Enter on the selected row does what a double-click does.
+        if ((key->key() == Qt::Key_Return || key->key() == Qt::Key_Enter) &&
+            OpenFileAccess(tree_->SelectedItem()))
+            return true;
+    }
+    if (watched == tree_->viewport() && event->type() == QEvent::ContextMenu) {
+        ShowTreeMenu(static_cast<QContextMenuEvent*>(event)->pos());
         return true;
+    }
     if (watched == tree_->viewport() && event->type() == QEvent::MouseButtonDblClick &&
         OpenFileAccess(tree_->ItemAt(static_cast<QMouseEvent*>(event)->position().toPoint())))
         return true;
@@ -623,15 +670,10 @@ void CTessel::ShowProperties() {
     }
     const ErrorPrintingOff quiet;
     try {
-        const std::string name = row->node->GetName().c_str();
-        const std::string typed = inspect::FeaturePropertyText(row->node, name, row->properties);
-        const int64_t kind = row->context.objectKind ? row->context.objectKind : Q_DIGITIZER_OBJECT;
-        const inspect::SnippetTexts snippets =
-            inspect::GenerateSnippets(row->node, inspect::MakeSnippetRequest(row->node, kind));
-        propertyBox_->SetText(inspect::PropertyBoxText(typed, snippets.ShownPieces()), true);
+        propertyBox_->SetText(PropertyBoxFor(session_->model(), *row), true);
     } catch (const GenICam::GenericException& e) {
         propertyBox_->SetText({}, false);
-        ShowError(e.GetDescription());
+        ShowError(ErrorBoxText(e));
     }
 }
 

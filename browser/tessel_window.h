@@ -18,10 +18,12 @@
 #include "browser/inplace_editing.h"
 #include "controls/imaging_edit_widget.h"
 #include "inspect/register_editing.h"
+#include "inspect/session_code.h"
 
 class QCheckBox;
 class QComboBox;
 class QLabel;
+class QMenu;
 class QPushButton;
 class QSlider;
 
@@ -36,6 +38,8 @@ class Int64SpinBox;
 namespace quillon::inspect {
 class FindWindow;
 class FileAccessWindow;
+class FileDialog;
+class MessageDisplay;
 } // namespace quillon::inspect
 
 namespace quillon::browser {
@@ -80,6 +84,12 @@ struct InPlaceEditors {
     controls::CMyButton* registerEdit = nullptr; // registers: opens the memory viewer
 };
 
+// The platform dialogs that the window's own actions open; null: Qt's.
+struct DialogPlatform {
+    inspect::FileDialog* fileDialog = nullptr;
+    inspect::MessageDisplay* messages = nullptr;
+};
+
 class CTessel : public QDialog, public BrowserView {
     Q_OBJECT
 
@@ -112,9 +122,17 @@ public:
     inspect::FindWindow& findWindow() { return *findWindow_; }
     // The open file access dialog, or null.
     inspect::FileAccessWindow* fileAccessWindow() const;
-    // A double-click on the "File Access Control" category row opens the file
-    // access dialog for that row's node map; false for any other row.
+    // A double-click on the "File Access Control" category row, or Enter
+    // while it is selected, opens the file access dialog for that row's node
+    // map; false for any other row.
     bool OpenFileAccess(TreeItem item);
+    // The tree's context menu for the row `item` (kTopLevel: no row); a right
+    // click selects the row and shows it.
+    void FillTreeMenu(QMenu& menu, TreeItem item);
+    // Every value committed and command executed in this window, in order.
+    const inspect::SessionCode& sessionCode() const { return sessionCode_; }
+    void SetDialogPlatform(DialogPlatform platform) { dialogPlatform_ = platform; }
+    const DialogPlatform& dialogPlatform() const { return dialogPlatform_; }
 
     // BrowserView
     void SetPollingCheck(bool checked) override;
@@ -155,6 +173,7 @@ private:
     void AfterWrite(FeatureRow& row);
     void ToggleBooleanOf(TreeItem item);
     void RunActionButton();
+    void ShowTreeMenu(QPoint at); // in viewport coordinates
 
     std::unique_ptr<SettingsStore> ownStore_;
     std::unique_ptr<QtChangeTimer> timer_;
@@ -172,8 +191,10 @@ private:
     TreeItem editing_ = kTopLevel; // the row the editors belong to
     EditorPlan plan_;
     inspect::MemoryViewer* viewer_ = nullptr;
+    DialogPlatform dialogPlatform_;
     inspect::FindWindow* findWindow_ = nullptr;
     QPointer<inspect::FileAccessWindow> fileAccess_;
+    inspect::SessionCode sessionCode_;
     std::unique_ptr<BrowserSession> session_;
 };
 

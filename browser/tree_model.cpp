@@ -1,5 +1,7 @@
 #include "browser/tree_model.h"
 
+#include <utility>
+
 #include "GenApi/Callback.h"
 #include "GenApi/Pointer.h"
 #include "GenICam/exceptions.h"
@@ -23,10 +25,6 @@ FeatureTreeModel::~FeatureTreeModel() {
         if (row.callbackHandle) row.node->DeregisterCallback(row.callbackHandle);
 }
 
-bool FeatureTreeModel::Shown(GenApi::INode* node) const {
-    return shownFeatures_.count(node) != 0 || shownCategories_.count(node) != 0;
-}
-
 bool FeatureTreeModel::IsCategoryShown(GenApi::ICategory* category) const {
     return category && shownCategories_.count(dynamic_cast<GenApi::INode*>(category)) != 0;
 }
@@ -48,7 +46,7 @@ FeatureRow FeatureTreeModel::MakeRow(GenApi::INode* node, const NodeMapContext& 
 }
 
 TreeItem FeatureTreeModel::Insert(FeatureRow& row, TreeItem parent) {
-    row.treeItem = sink_.InsertItem(parent, RenderRow(row));
+    row.treeItem = sink_.InsertItem(parent, RenderRow(row, &accessFailure_));
     row.parentItem = sink_.GetParentItem(row.treeItem);
     return row.treeItem;
 }
@@ -256,12 +254,19 @@ void FeatureTreeModel::Rebuild(const std::vector<NodeMapEntry>& entries, int use
 
 void FeatureTreeModel::RewriteRowsOf(GenApi::INode* node) {
     auto [first, last] = featureRowsOfNode_.equal_range(node);
-    for (auto it = first; it != last; ++it) RewriteRow(featureRows_[it->second], sink_);
+    for (auto it = first; it != last; ++it)
+        RewriteRow(featureRows_[it->second], sink_, &accessFailure_);
 }
 
 void FeatureTreeModel::RewriteAll() {
-    for (auto& row : categoryRows_) RewriteRow(row, sink_);
-    for (auto& row : featureRows_) RewriteRow(row, sink_);
+    for (auto& row : categoryRows_)
+        RewriteRow(row, sink_, &accessFailure_);
+    for (auto& row : featureRows_)
+        RewriteRow(row, sink_, &accessFailure_);
+}
+
+std::string FeatureTreeModel::TakeAccessFailure() {
+    return std::exchange(accessFailure_, {});
 }
 
 void FeatureTreeModel::OnNodeChanged(GenApi::INode* node) {

@@ -62,6 +62,9 @@ public:
     void RewriteRowsOf(GenApi::INode* node);
     // Rewrites every row's text.
     void RewriteAll();
+    // The description of the last device access that failed while rows were
+    // written (the device refused or did not answer), once; empty when none.
+    std::string TakeAccessFailure();
 
     // What a feature row's callback calls.
     void OnNodeChanged(GenApi::INode* node);
@@ -87,11 +90,11 @@ private:
     FeatureRow MakeRow(GenApi::INode* node, const NodeMapContext& context) const;
     TreeItem Insert(FeatureRow& row, TreeItem parent);
     void AddFeatureRow(FeatureRow row, GenApi::ECallbackType callbackType);
-    bool Shown(GenApi::INode* node) const;
 
     TreeSink& sink_;
     ChangedNodeSet* changes_;
     int userLevel_ = kStandard;
+    std::string accessFailure_;
     std::deque<FeatureRow> categoryRows_; // captions and categories (bold)
     std::deque<FeatureRow> featureRows_;  // features; a row's position is its index
     // Identity sets mirroring the lists' nodes, for de-duplication.

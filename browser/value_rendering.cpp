@@ -6,6 +6,7 @@
 
 #include "GenApi/Pointer.h"
 #include "GenICam/exceptions.h"
+#include "types/integer_display.h"
 
 namespace quillon::browser {
 
@@ -29,41 +30,12 @@ std::string EmptyValue(const std::string& label) { return label + " \t"; }
 
 std::string IntegerText(const std::string& label, GenApi::INode* node) {
     GenApi::CIntegerPtr integer(node);
-    const std::string name(node->GetName());
-    GenApi::ERepresentation representation;
-    if (IsIpv4FeatureName(name)) representation = GenApi::IPV4Address;
-    else if (IsMacFeatureName(name)) representation = GenApi::MACAddress;
-    else representation = integer->GetRepresentation();
-    const int64_t v = integer->GetValue();
-    switch (representation) {
-    case GenApi::IPV4Address: return WithValue(label, FormatIpv4(v));
-    case GenApi::MACAddress: return WithValue(label, FormatMac(v));
-    case GenApi::HexNumber: return WithValue(label, Format("0x%" PRIX64, static_cast<uint64_t>(v)));
-    default: return WithValue(label, Format("%" PRId64, v));
-    }
+    const GenApi::ERepresentation representation =
+        DisplayRepresentation(node->GetName().c_str(), integer->GetRepresentation());
+    return WithValue(label, FormatIntegerValue(integer->GetValue(), representation));
 }
 
 } // namespace
-
-bool IsIpv4FeatureName(std::string_view name) {
-    return std::find(ipv4FeatureNames.begin(), ipv4FeatureNames.end(), name) != ipv4FeatureNames.end();
-}
-
-bool IsMacFeatureName(std::string_view name) {
-    return std::find(macFeatureNames.begin(), macFeatureNames.end(), name) != macFeatureNames.end();
-}
-
-std::string FormatIpv4(int64_t value) {
-    // The 32-bit value in network order: its most significant byte first.
-    const auto v = static_cast<uint32_t>(value);
-    return Format("%u.%u.%u.%u", (v >> 24) & 0xFFu, (v >> 16) & 0xFFu, (v >> 8) & 0xFFu, v & 0xFFu);
-}
-
-std::string FormatMac(int64_t value) {
-    const auto v = static_cast<uint64_t>(value);
-    auto byte = [v](int shift) { return static_cast<unsigned>((v >> shift) & 0xFFu); };
-    return Format("%.2X-%.2X-%.2X-%.2X-%.2X-%.2X", byte(40), byte(32), byte(24), byte(16), byte(8), byte(0));
-}
 
 std::string FormatFloatValue(double v) {
     // The signed value decides: negative values fall through to fifteen digits.
@@ -111,19 +83,26 @@ std::string RowText(const std::string& label, GenApi::INode* node) {
     }
 }
 
-std::string RenderRow(FeatureRow& row) {
+std::string RenderRow(FeatureRow& row, std::string* accessFailure) {
     try {
         std::string text = RowText(row.label, row.node);
         row.inError = false;
         return text;
+    } catch (const GenICam::AccessException& e) {
+        // The imaging library's failures start so; the engine's own (a value
+        // that matches no entry ...) are the row's alone.
+        if (accessFailure && std::string_view(e.GetDescription()).starts_with("Error in "))
+            *accessFailure = e.GetDescription();
+        row.inError = true;
+        return WithValue(row.label, "Error");
     } catch (const GenICam::GenericException&) {
         row.inError = true;
         return WithValue(row.label, "Error");
     }
 }
 
-void RewriteRow(FeatureRow& row, TreeSink& sink) {
-    std::string text = RenderRow(row);
+void RewriteRow(FeatureRow& row, TreeSink& sink, std::string* accessFailure) {
+    std::string text = RenderRow(row, accessFailure);
     if (row.treeItem != kTopLevel) sink.SetItemText(row.treeItem, text);
 }
 

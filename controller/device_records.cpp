@@ -100,6 +100,15 @@ std::vector<browser::NodeMapEntry> DeviceSet::NodeMapEntries() const {
     return entries;
 }
 
+browser::BrowserSetup BrowserSetupFor(const DeviceSet& devices, int64_t system, int64_t index) {
+    browser::BrowserSetup setup;
+    setup.entries = devices.NodeMapEntries();
+    setup.deviceNumber = index;
+    if (devices.title()) setup.titleOverride = *devices.title();
+    setup.system = system;
+    return setup;
+}
+
 std::vector<ControllerDeviceDesc> WidenRecords(const ControllerDeviceDescV2* records,
                                                int64_t count) {
     if (count < 0) throw std::bad_array_new_length();

@@ -10,8 +10,9 @@
 #include <string>
 #include <vector>
 
-#include "types/feature_row.h"
+#include "browser/browser_session.h"
 #include "quillon.h"
+#include "types/feature_row.h"
 
 class CQorTransportLayerBase;
 struct NodeMapReference;
@@ -57,6 +58,11 @@ private:
     std::vector<Loaded> loaded_;
     std::optional<std::string> title_;
 };
+
+// What the browser window of a create call is given: the entries in record
+// order, the last window title, the call's index as the device number and
+// its system as the dialog's own imaging-library object.
+browser::BrowserSetup BrowserSetupFor(const DeviceSet& devices, int64_t system, int64_t index);
 
 // The short records widened to full ones: each starts as kind 1, object 0,
 // no node map, no strings, values 0, version 3, and then takes the short

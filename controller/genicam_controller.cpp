@@ -4,22 +4,10 @@
 
 namespace quillon::controller {
 
-namespace {
-
-browser::BrowserSetup SetupFor(const DeviceSet& devices, int64_t index) {
-    browser::BrowserSetup setup;
-    setup.entries = devices.NodeMapEntries();
-    setup.deviceNumber = index;
-    if (devices.title()) setup.titleOverride = *devices.title();
-    return setup;
-}
-
-} // namespace
-
 GenicamController::GenicamController(int64_t system, int64_t index, ControllerDeviceDesc* records,
                                      int64_t count)
-    : system_(system), devices_(records, count),
-      dialog_(new browser::CTessel(SetupFor(devices_, index))) {}
+    : devices_(records, count),
+      dialog_(new browser::CTessel(BrowserSetupFor(devices_, system, index))) {}
 
 GenicamController::~GenicamController() {
     delete dialog_.data();

@@ -30,11 +30,9 @@ public:
     // Null once Qt deleted the window (its parent went first).
     browser::CTessel* dialog() const { return dialog_; }
     const DeviceSet& devices() const { return devices_; }
-    int64_t system() const { return system_; }
     bool modal = false;
 
 private:
-    int64_t system_;
     DeviceSet devices_;
     QPointer<browser::CTessel> dialog_;
 };

@@ -51,11 +51,6 @@ ColumnWidths ResizeLastColumn(const ColumnWidths& widths, int clientWidth, bool 
     return w;
 }
 
-std::array<int, 2> InitialBrowserColumns(int clientWidth, bool treeShowsVScroll, int vScrollWidth) {
-    int half = (clientWidth - (treeShowsVScroll ? vScrollWidth : 0)) / 2;
-    return {half, half};
-}
-
 int ScrollExtent(const ColumnWidths& widths) {
     return std::max(widths.total - 1, widths.Column0() + kTreeColumnReach);
 }

@@ -74,11 +74,6 @@ ColumnWidths ReadColumnWidths(std::span<const int> headerWidths);
 // Unchanged when `keepLastWidth` is set or there are no columns.
 ColumnWidths ResizeLastColumn(const ColumnWidths& widths, int clientWidth, bool keepLastWidth);
 
-// The two columns the browser starts with ("Feature Name", "Value"): each half
-// of the client width less the vertical scroll bar when the tree shows one.
-std::array<int, 2> InitialBrowserColumns(int clientWidth, bool treeShowsVScroll,
-                                         int vScrollWidth = kDefaultScrollBarWidth);
-
 // Header height: the height of "A" in the tree's font plus 4.
 inline int HeaderHeight(int textHeightOfA) { return textHeightOfA + 4; }
 // Rows are 2 pixels taller than the tree's default.

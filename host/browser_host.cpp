@@ -27,8 +27,9 @@ namespace {
 // libquillon.so and the two entry points the host calls.
 class BrowserLibrary {
 public:
-    BrowserLibrary() {
+    explicit BrowserLibrary(const std::string& installed) {
         const char* path = std::getenv("QUILLON_LIBRARY");
+        if ((!path || !*path) && !installed.empty()) path = installed.c_str();
         if (!path || !*path) path = QUILLON_DEFAULT_LIBRARY;
         // Never unloaded: the library keeps windows and Qt objects alive.
         void* library = ::dlopen(path, RTLD_NOW | RTLD_LOCAL);
@@ -45,13 +46,30 @@ public:
     decltype(&DeleteGenicamController) destroy = nullptr;
 };
 
-// The imaging library's objects and the records that describe them.
+// The imaging library's objects and the records that describe them: the
+// simulated system's, or the camera system's and the named camera's.
 class HostDevices {
 public:
-    HostDevices(const std::string& xml, std::string dataDirectory)
-        : dataDirectory_(std::move(dataDirectory)) {
-        QappControl(Q_DEFAULT_APPLICATION, Q_ERROR_PRINT, Q_PRINT_DISABLE);
+    HostDevices(const std::string& xml, const std::string& camera, const tool::WindowRequest& request)
+        : dataDirectory_(request.dataDirectory) {
+        // Failures are reported once, by the command (an allocation starts
+        // the application from its default settings).
         QappAlloc(QOR_TEXT(""), &app_);
+        QappControl(Q_DEFAULT_APPLICATION, Q_ERROR_PRINT, Q_PRINT_DISABLE);
+        if (!camera.empty()) {
+            QsysAlloc(app_, Q_SYSTEM_CAMERAS, 0, Q_DEFAULT, &sys_);
+            if (sys_) QdigAlloc(sys_, Q_DEFAULT, camera.c_str(), Q_DEFAULT, &dig_);
+            if (!dig_) {
+                const std::string reason = request.libraryErrorText();
+                if (sys_) QsysFree(sys_);
+                QappFree(app_);
+                throw tool::UsageError(reason);
+            }
+            records_.push_back(Record(CONTROLLER_DESC_LOAD_NODE_MAP, sys_, "System"));
+            records_.push_back(Record(CONTROLLER_DESC_LOAD_NODE_MAP, dig_, "Digitizer"));
+            records_.push_back(Record(CONTROLLER_DESC_LIBRARY_NODE_MAP, dig_, "Camera"));
+            return;
+        }
         QsysAlloc(app_, Q_SYSTEM_SIMULATED, 0, Q_DEFAULT, &sys_);
         QdigAlloc(sys_, 0, QOR_TEXT(""), Q_DEFAULT, &dig_);
         QseqAlloc(sys_, 0, 1, Q_DEFAULT, &seq_);
@@ -71,9 +89,9 @@ public:
         records_.push_back(Record(CONTROLLER_DESC_LIBRARY_NODE_MAP, dig_, "Camera"));
     }
     ~HostDevices() {
-        QseqFree(seq_);
-        QdigFree(dig_);
-        QsysFree(sys_);
+        if (seq_) QseqFree(seq_);
+        if (dig_) QdigFree(dig_);
+        if (sys_) QsysFree(sys_);
         QappFree(app_);
     }
     HostDevices(const HostDevices&) = delete;
@@ -202,8 +220,8 @@ int RunBrowserHost(const tool::WindowRequest& request) {
     const std::string image = args.Value("--image", "quillon.png");
     const bool modeless = args.Flag("--modeless");
     const std::string xml = args.Value("--xml");
-    BrowserLibrary library;
-    HostDevices devices(xml, request.dataDirectory);
+    BrowserLibrary library(request.installedLibrary);
+    HostDevices devices(xml, args.Value("--camera"), request);
     if (!HaveDisplay()) return RunHeadless(library, devices, image, request);
     return modeless ? RunModeless(library, devices) : RunModal(library, devices);
 }

@@ -12,10 +12,12 @@
 
 namespace quillon::tool {
 
-const std::vector<std::string> kDeviceOptions = {"--xml"};
+const std::vector<std::string> kDeviceOptions = {"--xml", "--camera"};
 const char kDeviceHelp[] =
     "DEVICE: nothing for the embedded simulated system (its system, digitizer, sequence and\n"
-    "        camera), or --xml FILE for a description over zero-filled memory\n";
+    "        camera), --xml FILE for a description over zero-filled memory, or --camera ID\n"
+    "        for a GigE Vision or USB3 Vision camera (an identifier `quillon cameras` lists,\n"
+    "        a serial number, user name, IP or MAC address)\n";
 
 #ifdef QUILLON_HAVE_GUI
 const std::vector<Command>& WindowCommands(); // tool_window.cpp
@@ -40,7 +42,9 @@ bool contains(const std::vector<std::string>& list, const std::string& word) {
 }
 
 std::vector<const std::vector<Command>*> tables() {
-    return {&WindowCommands(), &InspectionCommands(), &TransferCommands()};
+    return {&WindowCommands(), &InspectionCommands(), &TransferCommands(),
+            &UnderstandingCommands(), &FeatureSetCommands(),
+            &CameraCommands()};
 }
 
 const Command* findCommand(const std::string& name) {
@@ -93,6 +97,7 @@ int run(std::vector<std::string> words) {
 
 Args ParseArgs(const Command& command, const std::vector<std::string>& words) {
     Args args;
+    args.words = words;
     for (size_t i = 0; i < words.size(); ++i) {
         const std::string& w = words[i];
         bool device = command.takesDevice && contains(kDeviceOptions, w);

@@ -20,6 +20,7 @@ struct Args {
     std::vector<std::string> positional;
     std::map<std::string, std::string> values; // "--level" -> "guru"
     std::set<std::string> flags;               // "--dry-run"
+    std::vector<std::string> words;            // all of them, as given
 
     std::string Value(const std::string& option, const std::string& fallback = {}) const {
         auto it = values.find(option);
@@ -50,7 +51,10 @@ extern const char kDeviceHelp[];
 Args ParseArgs(const Command& command, const std::vector<std::string>& words);
 
 // The subcommands, one table per file that defines them.
-const std::vector<Command>& InspectionCommands(); // tool_commands.cpp
-const std::vector<Command>& TransferCommands();   // tool_transfer.cpp
+const std::vector<Command>& InspectionCommands();    // tool_commands.cpp
+const std::vector<Command>& TransferCommands();      // tool_transfer.cpp
+const std::vector<Command>& UnderstandingCommands(); // tool_understanding.cpp
+const std::vector<Command>& FeatureSetCommands();    // tool_feature_sets.cpp
+const std::vector<Command>& CameraCommands();        // tool_cameras.cpp
 
 } // namespace quillon::tool

@@ -7,14 +7,12 @@
 
 #include "GenApi/GenApi.h"
 #include "GenApi/MemoryPort.h"
+#include "browser/property_box.h"
 #include "browser/text_tree.h"
 #include "browser/tree_model.h"
 #include "inspect/command_execution.h"
 #include "inspect/find_feature.h"
-#include "inspect/property_text.h"
-#include "inspect/snippet_generator.h"
 #include "inspect/value_commit.h"
-#include "qorvis.h"
 #include "tool.h"
 #include "tool_device.h"
 
@@ -41,12 +39,24 @@ int props(const Args& args) {
     auto device = OpenDevice(args);
     const std::string& feature = args.positional[0];
     auto [node, context] = device->find(feature);
-    std::string typed =
-        inspect::FeaturePropertyText(node, feature, browser::ReadPropertyFlags(node));
-    int64_t kind = context->objectKind ? context->objectKind : Q_DIGITIZER_OBJECT;
-    inspect::SnippetTexts snippets =
-        inspect::GenerateSnippets(node, inspect::MakeSnippetRequest(node, kind));
-    std::fputs(inspect::PropertyBoxText(typed, snippets.ShownPieces()).c_str(), stdout);
+    // The row the window shows at guru, so a selected feature's code sets
+    // its selector first; a feature the tree does not show gets a row of its own.
+    browser::TextTree sink;
+    browser::FeatureTreeModel model(sink, nullptr);
+    model.Build(device->entries(), browser::kGuru);
+    browser::FeatureRow own;
+    const browser::FeatureRow* row = &own;
+    for (const browser::FeatureRow& r : model.featureRows())
+        if (r.node == node && r.treeItem) {
+            row = &r;
+            break;
+        }
+    if (row == &own) {
+        own.context = *context;
+        own.node = node;
+        own.properties = browser::ReadPropertyFlags(node);
+    }
+    std::fputs(browser::PropertyBoxFor(model, *row).c_str(), stdout);
     return 0;
 }
 
@@ -94,7 +104,7 @@ int exec(const Args& args) {
     auto [node, context] = device->find(feature);
     if (node->GetPrincipalInterfaceType() != intfICommand)
         throw UsageError("'" + feature + "' is not a command");
-    inspect::ExecuteCommand(node, feature, *context);
+    inspect::ExecuteCommand(node, feature, *context, device->system());
     return 0;
 }
 

@@ -14,21 +14,31 @@ namespace quillon::tool {
 
 struct Args;
 
+// `relative` to the folder of the running executable, when that exists: how
+// an installed quillon finds what was installed beside it. Empty otherwise.
+std::string InstalledPath(const std::string& relative);
+
 // The folder of the library objects' descriptions, ending with '/':
-// QUILLON_DATA_DIR, else the one the build names.
+// QUILLON_DATA_DIR, else the installed one, else the source tree's.
 std::string DataDirectory();
+
+// The imaging library's pending error as one line ("Error in QdigAlloc: ...").
+std::string LibraryErrorText();
 
 // The node maps of one device, captioned as the browser shows them.
 class Device {
 public:
     virtual ~Device() = default;
     const std::vector<browser::NodeMapEntry>& entries() const { return entries_; }
+    // The imaging library's system the device belongs to; 0 for none.
+    int64_t system() const { return system_; }
 
     // The first entry holding a node of that name; a UsageError when none does.
     std::pair<GenApi::INode*, const browser::NodeMapContext*> find(const std::string& name) const;
 
 protected:
     std::vector<browser::NodeMapEntry> entries_;
+    int64_t system_ = 0;
 };
 
 // Descriptions load through the node-map cache, in the folder that
@@ -38,8 +48,9 @@ protected:
 void UseNodeMapCache();
 
 // The device the arguments name: --xml FILE (the description over a
-// zero-filled memory, every port of it connected), or else the embedded
-// simulated system (system, digitizer, sequence and camera).
+// zero-filled memory, every port of it connected), --camera ID (the camera
+// system, the digitizer that opened the camera, and the camera), or else the
+// embedded simulated system (system, digitizer, sequence and camera).
 std::unique_ptr<Device> OpenDevice(const Args& args);
 
 // Prints the feature tree at `level` as `quillon tree` does. On a GenICam

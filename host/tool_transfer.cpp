@@ -14,29 +14,35 @@ namespace quillon::tool {
 namespace {
 
 // The transfer's platform pieces for a terminal: the path is given, progress
-// goes to standard error, the result text to standard output.
+// is one line on standard error that each chunk rewrites, the success text
+// goes to standard output once the outcome is known.
 struct TerminalPlatform final : inspect::FileDialog,
                                 inspect::MessageDisplay,
                                 inspect::ProgressIndicator,
                                 inspect::TransferButtons {
     std::string path;
-    bool failed = false;
+    std::string message; // the window's message box text, printed by transfer()
     int32_t upper = 0;
+    bool progressLine = false; // a progress line is open on standard error
     std::string Choose(Kind, const std::string&) override { return path; }
-    void Show(const std::string& text, const std::string& caption, inspect::MessageIcon) override {
-        std::fprintf(stderr, "\n");
-        std::printf("%s\n", text.c_str());
-        failed = caption == "Error";
+    void Show(const std::string& text, const std::string&, inspect::MessageIcon) override {
+        message = text;
     }
     void SetRange(int32_t, int32_t to) override { upper = to; }
     void SetPosition(int32_t position) override {
         std::fprintf(stderr, "\r%d / %d bytes", position, upper);
+        progressLine = true;
+    }
+    void EndProgressLine() {
+        if (progressLine) std::fputc('\n', stderr);
+        progressLine = false;
     }
     void SetStep(int32_t) override {}
     void Step() override {}
     void Show(bool) override {}
     void EnableDownload(bool) override {}
     void EnableUpload(bool) override {}
+    void EnableFileList(bool) override {}
 };
 
 int transfer(const Args& args, bool download) {
@@ -63,7 +69,12 @@ int transfer(const Args& args, bool download) {
     bool started = download ? session.StartDownload() : session.StartUpload();
     if (!started) throw UsageError("no transfer started");
     session.WaitForTransfer();
-    return platform.failed ? 2 : 0;
+    platform.EndProgressLine();
+    // Unlike the window, a file that did not open is a failure here.
+    const inspect::TransferResult& result = session.LastResult();
+    if (result.outcome != inspect::TransferResult::Outcome::Done) throw UsageError(result.reason);
+    std::printf("%s\n", platform.message.c_str());
+    return 0;
 }
 
 int download(const Args& args) { return transfer(args, true); }

@@ -17,8 +17,8 @@ namespace quillon::tool {
 
 namespace {
 
-// The plugin beside the command (where the build puts both), else where the
-// build made it.
+// The plugin beside the command (where the build puts both), beside an
+// installed libquillon.so, else where the build made it.
 std::string pluginPath() {
     char self[PATH_MAX];
     const ssize_t length = ::readlink("/proc/self/exe", self, sizeof self);
@@ -28,6 +28,8 @@ std::string pluginPath() {
         path += "quillon_window.so";
         if (::access(path.c_str(), R_OK) == 0) return path;
     }
+    if (std::string installed = InstalledPath(QUILLON_INSTALLED_WINDOW_PLUGIN); !installed.empty())
+        return installed;
     return QUILLON_DEFAULT_WINDOW_PLUGIN;
 }
 
@@ -41,7 +43,8 @@ int runInPlugin(const char* command, const Args& args) {
     if (!plugin) throw UsageError(std::string("cannot load the browser window: ") + ::dlerror());
     auto entry = reinterpret_cast<WindowEntry>(::dlsym(plugin, kWindowEntryName));
     if (!entry) throw UsageError(path + " lacks " + kWindowEntryName);
-    return entry(WindowRequest{command, args, device.get(), DataDirectory(), PrintTree});
+    return entry(WindowRequest{command, args, device.get(), DataDirectory(), PrintTree,
+                              InstalledPath(QUILLON_INSTALLED_LIBRARY), LibraryErrorText});
 }
 
 } // namespace

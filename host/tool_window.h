@@ -21,6 +21,8 @@ struct WindowRequest {
     const Device* device;      // --screenshot: the device the arguments name
     std::string dataDirectory; // the host: the library objects' descriptions
     void (*printTree)(const std::vector<browser::NodeMapEntry>& entries, int level);
+    std::string installedLibrary;   // libquillon.so beside an installed command, or ""
+    std::string (*libraryErrorText)(); // the imaging library's pending error
 };
 
 // The plugin's one exported function: runs the request and answers the exit

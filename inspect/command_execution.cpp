@@ -7,18 +7,13 @@
 
 namespace quillon::inspect {
 
-int64_t InquireCommandCompletion(const browser::NodeMapContext& context) {
+int64_t InquireCommandCompletion(int64_t system) {
     QOR_INT64 completion = 1;
-    if (context.object == 0) return completion;
+    if (system == 0) return completion;
     QOR_INT64 savedPrint = Q_PRINT_ENABLE;
     QappInquire(Q_DEFAULT_APPLICATION, Q_ERROR_PRINT, &savedPrint);
     QappControl(Q_DEFAULT_APPLICATION, Q_ERROR_PRINT, Q_PRINT_DISABLE);
-    switch (context.objectKind) {
-    case Q_SYSTEM_OBJECT: QsysInquire(context.object, Q_GC_COMMAND_COMPLETION, &completion); break;
-    case Q_DIGITIZER_OBJECT: QdigInquire(context.object, Q_GC_COMMAND_COMPLETION, &completion); break;
-    case Q_SEQUENCE_OBJECT: QseqInquire(context.object, Q_GC_COMMAND_COMPLETION, &completion); break;
-    default: break;
-    }
+    QsysInquire(system, Q_GC_COMMAND_COMPLETION, &completion);
     QappControl(Q_DEFAULT_APPLICATION, Q_ERROR_PRINT, savedPrint);
     return completion;
 }
@@ -34,9 +29,10 @@ int64_t CompletionPeriod(GenApi::INode* command) {
     return period == -1 ? kDefaultCompletionPeriodMs : period;
 }
 
-void ExecuteCommand(GenApi::INode* node, const std::string& nodeName, const browser::NodeMapContext& context,
+void ExecuteCommand(GenApi::INode* node, const std::string& nodeName,
+                    const browser::NodeMapContext& context, int64_t system,
                     const CompletionSleep& sleep) {
-    int64_t completion = InquireCommandCompletion(context);
+    int64_t completion = InquireCommandCompletion(system);
     GenApi::CCommandPtr command(node);
     command->Execute(true);
     if (completion == Q_GC_COMMAND_ASYNCHRONOUS) {
@@ -50,13 +46,14 @@ void ExecuteCommand(GenApi::INode* node, const std::string& nodeName, const brow
     ReportToHost(context, "CMD_" + nodeName, "Execute");
 }
 
-ActionOutcome RunAction(GenApi::INode* node, const std::string& nodeName, const browser::NodeMapContext& context,
+ActionOutcome RunAction(GenApi::INode* node, const std::string& nodeName,
+                        const browser::NodeMapContext& context, int64_t system,
                         MemoryViewer& viewer, const CompletionSleep& sleep) {
     try {
         if (!node) return ActionOutcome::Ignored;
         switch (node->GetPrincipalInterfaceType()) {
         case GenApi::intfICommand:
-            ExecuteCommand(node, nodeName, context, sleep);
+            ExecuteCommand(node, nodeName, context, system, sleep);
             return ActionOutcome::CommandExecuted;
         case GenApi::intfIRegister:
             return EditRegister(node, nodeName, viewer) == RegisterEditOutcome::Written

@@ -20,23 +20,24 @@ using CompletionSleep = std::function<void(int64_t milliseconds)>;
 // Period used when neither the command nor its "pValue" node has a polling time.
 inline constexpr int64_t kDefaultCompletionPeriodMs = 150;
 
-// Inquires Q_GC_COMMAND_COMPLETION (4813) of the context's imaging-library
-// object with the library's error printing switched off for the call. Answers
-// 1 when there is no object, the object kind has no inquire, or the inquire
-// fails.
-int64_t InquireCommandCompletion(const browser::NodeMapContext& context);
+// Inquires Q_GC_COMMAND_COMPLETION (4813) of the dialog's imaging-library
+// object, the system the host gave the browser, with the library's error
+// printing switched off for the call. Answers 1 when there is no system or
+// the inquire fails.
+int64_t InquireCommandCompletion(int64_t system);
 
 // The command's polling time; else, when it has a "pValue" property naming a
 // node of its node map, that node's polling time; else 150 ms.
 int64_t CompletionPeriod(GenApi::INode* command);
 
-// Executes the command (verified). When the context's object completes
+// Executes the command (verified). When the dialog's system completes
 // commands asynchronously (4813 answers 0x20000) it polls IsDone every
 // CompletionPeriod() ms, without a time-out: a device that never completes
 // keeps the caller waiting, as the device asks. Then reports the selectors of
 // the command ("SELECTOR_<tag>_<name>") and "CMD_<nodeName>" = "Execute" to
 // the host. GenICam exceptions propagate, and nothing is reported then.
-void ExecuteCommand(GenApi::INode* node, const std::string& nodeName, const browser::NodeMapContext& context,
+void ExecuteCommand(GenApi::INode* node, const std::string& nodeName,
+                    const browser::NodeMapContext& context, int64_t system,
                     const CompletionSleep& sleep = {});
 
 enum class ActionOutcome {
@@ -50,7 +51,8 @@ enum class ActionOutcome {
 // The action button's handler on one row: dispatches on the node's principal
 // interface type. Every GenICam exception is caught and dropped (no message);
 // the outcome says what happened so callers and tests can tell.
-ActionOutcome RunAction(GenApi::INode* node, const std::string& nodeName, const browser::NodeMapContext& context,
+ActionOutcome RunAction(GenApi::INode* node, const std::string& nodeName,
+                        const browser::NodeMapContext& context, int64_t system,
                         MemoryViewer& viewer, const CompletionSleep& sleep = {});
 
 } // namespace quillon::inspect

@@ -20,7 +20,7 @@ std::string QtFileDialog::Choose(Kind kind, const std::string& initialName) {
     QFileDialog dialog(parent_);
     dialog.setAcceptMode(kind == Kind::Save ? QFileDialog::AcceptSave : QFileDialog::AcceptOpen);
     dialog.setFileMode(kind == Kind::Save ? QFileDialog::AnyFile : QFileDialog::ExistingFile);
-    dialog.setDefaultSuffix(QStringLiteral("bin"));
+    dialog.setDefaultSuffix(QString::fromLatin1(suffix_));
     dialog.setOption(QFileDialog::DontConfirmOverwrite);
     dialog.selectFile(QString::fromStdString(initialName));
     if (dialog.exec() != QDialog::Accepted || dialog.selectedFiles().isEmpty()) return {};
@@ -38,8 +38,11 @@ void QtMessageDisplay::Show(const std::string& text, const std::string& caption,
     QMetaObject::invokeMethod(
         qApp,
         [parent, qText, qCaption, qIcon] {
-            QMessageBox box(qIcon, qCaption, qText, QMessageBox::Ok, parent);
-            box.exec();
+            // On the heap: a parent deleted while the box runs takes it along.
+            QPointer<QMessageBox> box =
+                new QMessageBox(qIcon, qCaption, qText, QMessageBox::Ok, parent);
+            box->exec();
+            delete box.data();
         },
         QThread::currentThread() == qApp->thread() ? Qt::DirectConnection : Qt::QueuedConnection);
 }
@@ -131,6 +134,9 @@ void FileAccessWindow::EnableDownload(bool enabled) {
 }
 void FileAccessWindow::EnableUpload(bool enabled) {
     OnGuiThread([this, enabled] { upload_->setEnabled(enabled); });
+}
+void FileAccessWindow::EnableFileList(bool enabled) {
+    OnGuiThread([this, enabled] { fileCombo_->setEnabled(enabled); });
 }
 
 } // namespace quillon::inspect

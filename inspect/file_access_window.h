@@ -20,14 +20,17 @@ namespace quillon::inspect {
 
 inline constexpr const char* kFileAccessCaption = "File Access Control";
 
-// QFileDialog: Save for a download, Open for an upload.
+// QFileDialog: Save for a download, Open for an upload; names without an
+// extension get `suffix`.
 class QtFileDialog final : public FileDialog {
 public:
-    explicit QtFileDialog(QWidget* parent) : parent_(parent) {}
+    explicit QtFileDialog(QWidget* parent, const char* suffix = "bin")
+        : parent_(parent), suffix_(suffix) {}
     std::string Choose(Kind kind, const std::string& initialName) override;
 
 private:
     QWidget* parent_;
+    const char* suffix_;
 };
 
 // A QMessageBox, opened on the GUI thread whichever thread asks.
@@ -69,6 +72,7 @@ private:
     void Show(bool visible) override;
     void EnableDownload(bool enabled) override;
     void EnableUpload(bool enabled) override;
+    void EnableFileList(bool enabled) override;
     template <typename F> void OnGuiThread(F f);
 
     std::unique_ptr<FileDialog> ownDialog_;

@@ -1,12 +1,18 @@
 #include "inspect/file_transfer.h"
 
+#include <fcntl.h>
+#include <unistd.h>
+
 #include <algorithm>
+#include <cerrno>
 #include <filesystem>
 #include <fstream>
+#include <system_error>
 
 #include "GenApi/Filestream.h"
 #include "GenApi/Pointer.h"
 #include "GenICam/exceptions.h"
+#include "inspect/part_file.h"
 #include "qorvis.h"
 
 namespace quillon::inspect {
@@ -49,13 +55,18 @@ std::string FileTransferSession::FillFileList() {
     current_ = 0;
     GenApi::CEnumerationPtr selector(nodeMap_ ? nodeMap_->GetNode("FileSelector") : nullptr);
     if (!selector) return {};
-    GenApi::NodeList_t entries;
-    selector->GetEntries(entries);
-    for (GenApi::INode* node : entries) {
-        GenApi::CEnumEntryPtr entry(node);
-        GenApi::EAccessMode mode = entry->GetAccessMode();
-        if (mode == GenApi::NI || mode == GenApi::NA) continue;
-        files_.push_back({std::string(node->GetDisplayName()), node});
+    try {
+        GenApi::NodeList_t entries;
+        selector->GetEntries(entries);
+        for (GenApi::INode* node : entries) {
+            GenApi::CEnumEntryPtr entry(node);
+            GenApi::EAccessMode mode = entry->GetAccessMode();
+            if (mode == GenApi::NI || mode == GenApi::NA) continue;
+            files_.push_back({std::string(node->GetDisplayName()), node});
+        }
+    } catch (const GenICam::GenericException& e) {
+        // A device that fails while the list is filled leaves what was read.
+        return e.GetDescription();
     }
     return files_.empty() ? std::string() : SelectFile(0);
 }
@@ -118,6 +129,7 @@ bool FileTransferSession::start(FileDialog::Kind kind) {
     if (localPath_.empty()) return false;
     platform_.buttons.EnableDownload(false);
     platform_.buttons.EnableUpload(false);
+    platform_.buttons.EnableFileList(false);
     std::thread previous;
     {
         std::lock_guard lock(slots_);
@@ -171,111 +183,128 @@ void FileTransferSession::idle() {
         QappSleep(0.001);
 }
 
-void FileTransferSession::finish(const std::string& path, const char* done,
-                                 const std::string& error, bool failed) {
+void FileTransferSession::finish(const std::string& path, const char* done, TransferResult result) {
+    result_ = result;
+    if (cancel_) { // the dialog is closing: no message, the controls stay off
+        result_ = {TransferResult::Outcome::Cancelled, {}};
+        return;
+    }
     platform_.progress.Show(false);
-    if (failed)
-        platform_.messages.Show(error, "Error", MessageIcon::Exclamation);
+    if (result.outcome == TransferResult::Outcome::Failed)
+        platform_.messages.Show(result.reason, "Error", MessageIcon::Exclamation);
     else
         platform_.messages.Show(path + done, "Success", MessageIcon::None);
     platform_.buttons.EnableDownload(true);
     platform_.buttons.EnableUpload(true);
+    platform_.buttons.EnableFileList(true);
 }
 
 void FileTransferSession::Download(const std::string& localPath) {
+    using Outcome = TransferResult::Outcome;
     const std::string path = localPath;
-    const std::string part = path + ".part";
-    bool failed = false, complete = false;
-    std::string error;
-    try {
-        std::ofstream local(part,
-                            std::ios_base::out | std::ios_base::binary | std::ios_base::trunc);
-        GenApi::CIntegerPtr size(nodeMap_->GetNode("FileSize"));
-        std::string deviceFile = selectedDeviceFile(nodeMap_);
-        GenApi::IDevFileStream device(nodeMap_, deviceFile.c_str(), std::ios_base::in);
-        if (device.is_open() && local.is_open()) {
-            startProgress(platform_.progress, progressValue(size->GetValue()));
-            char buffer[kTransferChunkSize];
-            int64_t total = 0;
-            do {
-                device.read(buffer, kTransferChunkSize);
-                std::streamsize n = device.gcount();
-                if (cancel_) break; // the chunk in hand is dropped
-                if (n > 0) {
-                    local.write(buffer, n);
-                    total += n;
-                    platform_.progress.SetPosition(progressValue(total));
-                } else {
-                    idle();
-                }
-            } while (!device.eof());
-            complete = !cancel_;
-            device.close();
+    TransferResult result{Outcome::Done, {}};
+    { // the temporary file is gone before the outcome is shown
+        bool complete = false;
+        OwnPartFile local(path);
+        try {
+            GenApi::CIntegerPtr size(nodeMap_->GetNode("FileSize"));
+            const std::string deviceFile = selectedDeviceFile(nodeMap_);
+            if (!local.made()) {
+                result = {Outcome::LocalNotOpened, local.Error()};
+            } else if (GenApi::IDevFileStream device(nodeMap_, deviceFile.c_str(),
+                                                     std::ios_base::in);
+                       !device.is_open()) {
+                result = {Outcome::DeviceNotOpened,
+                          "The device did not open " + deviceFile + " for reading."};
+            } else {
+                startProgress(platform_.progress, progressValue(size->GetValue()));
+                char buffer[kTransferChunkSize];
+                int64_t total = 0;
+                do {
+                    device.read(buffer, kTransferChunkSize);
+                    std::streamsize n = device.gcount();
+                    if (cancel_) break; // the chunk in hand is dropped
+                    if (n > 0) {
+                        if (std::string error = local.Write(buffer, static_cast<size_t>(n));
+                            !error.empty()) {
+                            result = {Outcome::Failed, error};
+                            break;
+                        }
+                        total += n;
+                        platform_.progress.SetPosition(progressValue(total));
+                    } else {
+                        idle();
+                    }
+                } while (!device.eof());
+                complete = !cancel_ && result.outcome == Outcome::Done;
+                device.close();
+            }
+        } catch (const std::exception& e) { // GenICam exceptions and stream failures alike
+            result = {Outcome::Failed, e.what()};
+            complete = false;
         }
-        local.close();
-        if (complete && !local) {
-            failed = true;
-            error = "Writing " + part + " failed.";
-        }
-    } catch (const std::exception& e) { // GenICam exceptions and stream failures alike
-        failed = true;
-        error = e.what();
+        if (complete)
+            if (std::string error = local.CloseAndRenameTo(path); !error.empty())
+                result = {Outcome::Failed, error};
     }
-    std::error_code ec;
-    if (complete && !failed) {
-        std::filesystem::rename(part, path, ec);
-        if (ec) {
-            failed = true;
-            error = "Renaming " + part + " to " + path + " failed: " + ec.message();
-        }
-    }
-    if (!complete || failed) std::filesystem::remove(part, ec);
-    if (cancel_) return;
-    finish(path, " downloaded successfully.", error, failed);
+    finish(path, " downloaded successfully.", result);
 }
 
 void FileTransferSession::Upload(const std::string& localPath) {
+    using Outcome = TransferResult::Outcome;
     const std::string path = localPath;
-    bool failed = false;
-    std::string error;
+    TransferResult result{Outcome::Done, {}};
     try {
-        std::ifstream local(path, std::ios_base::in | std::ios_base::binary);
-        int64_t length = 0;
-        if (local.is_open()) {
-            local.seekg(0, std::ios_base::end);
-            length = static_cast<int64_t>(local.tellg());
-            local.seekg(0, std::ios_base::beg);
+        std::ifstream local;
+        int openError = 0;
+        std::error_code ignored;
+        if (std::filesystem::is_directory(path, ignored)) {
+            openError = EISDIR; // it opens, but reads as empty: the device file would be emptied
+        } else {
+            errno = 0;
+            local.open(path, std::ios_base::in | std::ios_base::binary);
+            if (!local.is_open()) openError = errno ? errno : ENOENT;
         }
-        GenApi::CIntegerPtr size(
-            nodeMap_->GetNode("FileSize")); // looked up as for a download, not needed
-        (void)size;
-        std::string deviceFile = selectedDeviceFile(nodeMap_);
-        GenApi::ODevFileStream device(nodeMap_, deviceFile.c_str(),
-                                      std::ios_base::out | std::ios_base::trunc);
-        if (device.is_open() && local.is_open()) {
-            startProgress(platform_.progress, progressValue(length));
-            char buffer[kTransferChunkSize];
-            int64_t total = 0;
-            do {
-                local.read(buffer, kTransferChunkSize);
-                std::streamsize n = local.gcount();
-                if (n > 0) {
-                    device.write(buffer, n);
-                    total += n;
-                    if (cancel_) break; // the chunk in hand has gone to the device
-                    platform_.progress.SetPosition(progressValue(total));
-                } else {
-                    idle();
-                }
-            } while (!local.eof());
-            device.close();
+        if (openError) {
+            result = {Outcome::LocalNotOpened, "Cannot read " + path + ": " + ErrnoText(openError)};
+        } else {
+            local.seekg(0, std::ios_base::end);
+            const int64_t length = static_cast<int64_t>(local.tellg());
+            local.seekg(0, std::ios_base::beg);
+            GenApi::CIntegerPtr size(
+                nodeMap_->GetNode("FileSize")); // looked up as for a download, not needed
+            (void)size;
+            const std::string deviceFile = selectedDeviceFile(nodeMap_);
+            // Opening for writing empties the device file: only now that the
+            // local file is there to replace it.
+            GenApi::ODevFileStream device(nodeMap_, deviceFile.c_str(),
+                                          std::ios_base::out | std::ios_base::trunc);
+            if (!device.is_open()) {
+                result = {Outcome::DeviceNotOpened,
+                          "The device did not open " + deviceFile + " for writing."};
+            } else {
+                startProgress(platform_.progress, progressValue(length));
+                char buffer[kTransferChunkSize];
+                int64_t total = 0;
+                do {
+                    local.read(buffer, kTransferChunkSize);
+                    std::streamsize n = local.gcount();
+                    if (n > 0) {
+                        device.write(buffer, n);
+                        total += n;
+                        if (cancel_) break; // the chunk in hand has gone to the device
+                        platform_.progress.SetPosition(progressValue(total));
+                    } else {
+                        idle();
+                    }
+                } while (!local.eof());
+                device.close();
+            }
         }
     } catch (const std::exception& e) { // GenICam exceptions and stream failures alike
-        failed = true;
-        error = e.what();
+        result = {Outcome::Failed, e.what()};
     }
-    if (cancel_) return;
-    finish(path, " uploaded successfully.", error, failed);
+    finish(path, " uploaded successfully.", result);
 }
 
 } // namespace quillon::inspect

@@ -3,17 +3,21 @@
 // GenApi device file streams): the logic behind the "File Access Control"
 // dialog, apart from its windows.
 //
-// What a download leaves on disk: the device file is written to
-// "<chosen path>.part" beside the chosen file, and that temporary file is
-// renamed to the chosen path only when the whole device file has arrived.
-// A cancelled or failed download (and one whose device file or local file
-// could not be opened) removes the ".part" file and leaves the chosen path
-// exactly as it was before: absent, or the earlier file of that name. So a
-// file at the chosen path is always a complete copy.
+// What a download leaves on disk: the device file is written to a temporary
+// file of the download's own beside the chosen file ("<chosen path>.part",
+// or "<chosen path>.<n>.part" when that name is taken: a file that was there
+// before is never written or removed), and that file is renamed to the
+// chosen path only when the whole device file has arrived. A cancelled or
+// failed download (and one whose device file could not be opened) removes
+// its temporary file and leaves the chosen path exactly as it was before:
+// absent, or the earlier file of that name. So a file at the chosen path is
+// always a complete copy.
 //
 // An upload reads the chosen local file and writes the device file through
-// GenApi::ODevFileStream (opened out | trunc); a cancelled upload has still
-// written the chunk in hand, and the device file then holds a prefix.
+// GenApi::ODevFileStream (opened out | trunc), which empties the device
+// file: it is opened only once the local file has opened. A cancelled upload
+// has still written the chunk in hand, and the device file then holds a
+// prefix.
 #pragma once
 
 #include <atomic>
@@ -62,12 +66,23 @@ public:
     virtual void Show(bool visible) = 0;
 };
 
-// "Download from Camera" and "Upload to Camera".
+// "Download from Camera", "Upload to Camera" and the file list, which is
+// disabled while a transfer runs (choosing a file writes FileSelector).
 class TransferButtons {
 public:
     virtual ~TransferButtons() = default;
     virtual void EnableDownload(bool enabled) = 0;
     virtual void EnableUpload(bool enabled) = 0;
+    virtual void EnableFileList(bool enabled) = 0;
+};
+
+// How the last transfer ended. The window shows only whether a GenICam
+// exception occurred (a file that did not open still counts as a success
+// there); `quillon download` and `upload` tell every case apart.
+struct TransferResult {
+    enum class Outcome { None, Done, LocalNotOpened, DeviceNotOpened, Failed, Cancelled };
+    Outcome outcome = Outcome::None;
+    std::string reason; // one line for the cases other than Done and Cancelled
 };
 
 struct FileTransferPlatform {
@@ -99,7 +114,9 @@ public:
     // Lists FileSelector's entries that are neither NI nor NA, in the
     // device's order, then selects the first one and answers its label text
     // (see SelectFile). Without a FileSelector enumeration the list stays
-    // empty, nothing else happens and the answer is "".
+    // empty, nothing else happens and the answer is "". A GenICam exception
+    // while the entries are read is caught: the list keeps the entries read
+    // before it, nothing is selected and the answer is its description.
     std::string FillFileList();
     const std::vector<DeviceFile>& Files() const { return files_; }
     size_t CurrentFile() const { return current_; }
@@ -133,11 +150,13 @@ public:
     // The procedures the worker thread runs; callable directly.
     void Download(const std::string& localPath);
     void Upload(const std::string& localPath);
+    // How the last of them ended; read it after WaitForTransfer.
+    const TransferResult& LastResult() const { return result_; }
 
 private:
     bool start(FileDialog::Kind kind);
     void idle();
-    void finish(const std::string& path, const char* done, const std::string& error, bool failed);
+    void finish(const std::string& path, const char* done, TransferResult result);
 
     GenApi::INodeMap* nodeMap_;
     FileTransferPlatform platform_;
@@ -145,6 +164,7 @@ private:
     size_t current_ = 0;
     std::string localPath_;
     std::atomic<bool> cancel_{false};
+    TransferResult result_; // written by the worker, read after it ended
     // Guards the two thread slots: the cancel thread and the transfer thread's
     // own progress callbacks may reach them while the GUI thread assigns them.
     std::mutex slots_;

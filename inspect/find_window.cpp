@@ -1,6 +1,7 @@
 #include "inspect/find_window.h"
 
 #include <QAbstractListModel>
+#include <QKeyEvent>
 #include <QLabel>
 #include <QLineEdit>
 #include <QListView>
@@ -44,38 +45,58 @@ FindWindow::FindWindow(QWidget* parent) : QDialog(parent) {
     layout->addWidget(list_, 1);
 
     connect(query_, &QLineEdit::textEdited, this, [this] { ShowMatches(); });
-    connect(query_, &QLineEdit::returnPressed, this, [this] { Enter(); });
-    // Picking a name follows it at once; Enter then has nothing left to do.
-    connect(list_, &QListView::clicked, this, [this](const QModelIndex& index) {
-        const int row = index.row();
-        if (row >= 0 && static_cast<size_t>(row) < shown_.size())
-            emit ItemChosen(shown_[static_cast<size_t>(row)].treeItem);
-    });
+    // A new selection, by mouse or by keyboard, is followed at once.
+    connect(list_->selectionModel(), &QItemSelectionModel::selectionChanged, this,
+            [this] { GoToSelection(); });
 }
 
 void FindWindow::Fill(const std::vector<FindRow>& featureRows,
                       const std::vector<FindRow>& categoryRows, const std::string& browserCaption) {
     setWindowTitle(QString::fromStdString(FindCaption(browserCaption)));
+    query_->setFocus();
+    query_->clear();
+    Update(featureRows, categoryRows);
+}
+
+void FindWindow::Update(const std::vector<FindRow>& featureRows,
+                        const std::vector<FindRow>& categoryRows) {
     finder_.Refill(featureRows, categoryRows);
     ShowMatches();
 }
 
 void FindWindow::ShowMatches() {
     // The finder sorts case-insensitively; the list keeps that order.
+    const QSignalBlocker quietReset(list_->selectionModel());
     names_->BeginReset();
     shown_ = finder_.Filter(query_->text().toStdString());
-    names_->EndReset();
+    names_->EndReset(); // refilling selects nothing to follow
+}
+
+void FindWindow::GoToSelection() {
+    const QModelIndexList selected = list_->selectionModel()->selectedIndexes();
+    if (selected.isEmpty()) return;
+    const int row = selected.front().row();
+    if (row >= 0 && static_cast<size_t>(row) < shown_.size() &&
+        shown_[static_cast<size_t>(row)].treeItem)
+        emit ItemChosen(shown_[static_cast<size_t>(row)].treeItem);
 }
 
 void FindWindow::Enter() {
     std::optional<size_t> selection;
     const QModelIndexList selected = list_->selectionModel()->selectedIndexes();
     if (!selected.isEmpty()) selection = static_cast<size_t>(selected.front().row());
-    const TreeItemHandle target =
-        FeatureFinder::EnterTarget(query_->text().toStdString(), shown_, selection);
-    if (!target) return;
-    list_->setCurrentIndex(names_->index(0));
-    emit ItemChosen(target);
+    // Selecting the first name follows it.
+    if (FeatureFinder::EnterTarget(query_->text().toStdString(), shown_, selection))
+        list_->setCurrentIndex(names_->index(0));
+    accept(); // hides; the names and the query stay for the next find
+}
+
+void FindWindow::keyPressEvent(QKeyEvent* event) {
+    if (event->key() == Qt::Key_Return || event->key() == Qt::Key_Enter) {
+        Enter();
+        return;
+    }
+    QDialog::keyPressEvent(event);
 }
 
 } // namespace quillon::inspect

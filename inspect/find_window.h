@@ -22,10 +22,14 @@ class FindWindow final : public QDialog {
 public:
     explicit FindWindow(QWidget* parent = nullptr);
 
-    // Refills the names from the tree's rows, sets the caption from the
-    // browser's default caption and shows the names matching the query.
+    // The find command: the caption from the browser's default caption, the
+    // names refilled from the tree's rows, the query cleared and focused, and
+    // every name listed.
     void Fill(const std::vector<FindRow>& featureRows, const std::vector<FindRow>& categoryRows,
               const std::string& browserCaption);
+    // The tree was rebuilt: the names point at its new items; the query and
+    // the focus stay.
+    void Update(const std::vector<FindRow>& featureRows, const std::vector<FindRow>& categoryRows);
 
     QLineEdit& queryEdit() { return *query_; }
     QListView& nameList() { return *list_; }
@@ -35,9 +39,14 @@ signals:
     // The tree item the user wants to see (never null).
     void ItemChosen(TreeItemHandle item);
 
+protected:
+    // Enter, wherever the focus is: the OK step.
+    void keyPressEvent(QKeyEvent* event) override;
+
 private:
     class NameModel;
     void ShowMatches();
+    void GoToSelection();
     void Enter();
 
     FeatureFinder finder_;

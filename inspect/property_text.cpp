@@ -1,25 +1,19 @@
 #include "property_text.h"
 
 #include <cinttypes>
-#include <string_view>
 
 #include "GenApi/Pointer.h"
 #include "GenICam/exceptions.h"
 #include "text_format.h"
+#include "types/integer_display.h"
 
 namespace quillon::inspect {
 
 using namespace GenApi;
+using browser::DisplayRepresentation;
+using browser::FormatIntegerValue;
 
 namespace {
-
-// GigE Vision's address registers, shown as addresses even when a
-// description declares them as plain numbers.
-constexpr std::string_view kIpv4FeatureNames[] = {
-    "GevCurrentIPAddress",     "GevCurrentSubnetMask",           "GevCurrentDefaultGateway",
-    "GevPersistentIPAddress",  "GevPersistentSubnetMask",        "GevPersistentDefaultGateway",
-    "GevPrimaryApplicationIPAddress", "GevMCDA",                 "GevSCDA"};
-constexpr std::string_view kMacFeatureNames[] = {"GevMACAddress"};
 
 // The first line of every text: description, else tool tip, else a fixed
 // text whose full stop depends on the type (integers have none).
@@ -82,26 +76,6 @@ std::string ValueOrError(INode* node, Read&& read) {
 }
 
 } // namespace
-
-ERepresentation DisplayRepresentation(const std::string& featureName, ERepresentation declared) {
-    for (auto n : kIpv4FeatureNames)
-        if (featureName == n) return IPV4Address;
-    for (auto n : kMacFeatureNames)
-        if (featureName == n) return MACAddress;
-    return declared;
-}
-
-std::string FormatIntegerValue(int64_t value, ERepresentation representation) {
-    auto u = static_cast<uint64_t>(value);
-    auto byte = [u](int shift) { return static_cast<unsigned>((u >> shift) & 0xFF); };
-    switch (representation) {
-    case HexNumber: return Format("0x%" PRIX64, u);
-    case IPV4Address: return Format("%u.%u.%u.%u", byte(24), byte(16), byte(8), byte(0));
-    case MACAddress:
-        return Format("%.2X-%.2X-%.2X-%.2X-%.2X-%.2X", byte(40), byte(32), byte(24), byte(16), byte(8), byte(0));
-    default: return Format("%" PRId64, value);
-    }
-}
 
 std::string FeaturePropertyText(INode* node, const std::string& name, const browser::PropertyFlags& flags) {
     if (!node) return {};

@@ -12,15 +12,6 @@
 
 namespace quillon::inspect {
 
-// The integer representation used for display: the GigE Vision address
-// features are shown as IPv4 or MAC addresses whatever their node declares.
-GenApi::ERepresentation DisplayRepresentation(const std::string& featureName, GenApi::ERepresentation declared);
-
-// An integer value as the property text shows it for a representation:
-// decimal, 0x-prefixed upper-case hex, dotted quad (four low bytes, most
-// significant first) or dash-separated MAC (six low bytes).
-std::string FormatIntegerValue(int64_t value, GenApi::ERepresentation representation);
-
 // The typed text for a node (integer, boolean, enumeration, command, float,
 // string, register); empty for categories, entries, ports and other nodes,
 // for which the box shows nothing. `name` is the node's name as the row

@@ -1,10 +1,10 @@
 #include "snippet_generator.h"
 
 #include <cctype>
-#include <cstdlib>
 
 #include "GenApi/Pointer.h"
 #include "GenICam/exceptions.h"
+#include "inspect/older_constants.h"
 #include "qorvis.h"
 #include "tl_proxies.h"
 
@@ -74,15 +74,6 @@ std::string ValueTest(IEnumeration& enumeration, const std::string& var) {
     return text;
 }
 
-bool ParseAddress(const std::string& text, int64_t& address) {
-    if (text.empty()) return false;
-    char* end = nullptr;
-    long long v = std::strtoll(text.c_str(), &end, 0);
-    if (!end || *end != '\0') return false;
-    address = v;
-    return true;
-}
-
 } // namespace
 
 FeatureCallTexts FeatureCallTextsFor(int64_t objectKind) {
@@ -105,24 +96,10 @@ std::string TypeTag(INode* node) {
     }
 }
 
-std::string OlderControlConstant(std::string_view typeTag, std::string_view featureName,
-                                 const OlderConstantTable& table) {
-    std::string key = std::string(typeTag) + "_" + std::string(featureName);
-    auto it = table.find(key);
-    return it == table.end() ? std::string("Q_NULL") : it->second;
-}
-
 bool IsValue64Bit(INode* node, int64_t objectKind) {
-    if (!node) return false;
-    GenICam::gcstring value, attribute;
-    INode* reg = node;
-    if (!node->GetProperty("Address", value, attribute)) {
-        if (!node->GetProperty("pValue", value, attribute) || !node->GetNodeMap()) return false;
-        reg = node->GetNodeMap()->GetNode(value);
-        if (!reg || !reg->GetProperty("Address", value, attribute)) return false;
-    }
-    int64_t address = 0;
-    if (!ParseAddress(std::string(value), address)) return false;
+    const std::optional<int64_t> type = ControlType(node);
+    if (!type) return false;
+    const int64_t address = *type;
     if (objectKind == Q_SYSTEM_OBJECT) return QsysTLProxy().IsClass2(address);
     if (objectKind == Q_DIGITIZER_OBJECT) return QdigTLProxy().IsClass2(address);
     if (objectKind == Q_SEQUENCE_OBJECT) return QseqTLProxy().IsClass2(address);
@@ -158,7 +135,7 @@ std::vector<std::string> SnippetTexts::ShownPieces() const {
     return pieces;
 }
 
-SnippetRequest MakeSnippetRequest(INode* node, int64_t objectKind, const OlderConstantTable& table) {
+SnippetRequest MakeSnippetRequest(INode* node, int64_t objectKind) {
     SnippetRequest request;
     request.featureName = std::string(node->GetName());
     request.objectKind = objectKind;
@@ -166,7 +143,7 @@ SnippetRequest MakeSnippetRequest(INode* node, int64_t objectKind, const OlderCo
     request.controlFunction = texts.controlFunction;
     request.inquireFunction = texts.inquireFunction;
     request.handleArgument = texts.handleArgument;
-    request.olderConstant = OlderControlConstant(TypeTag(node), request.featureName, table);
+    request.olderConstant = OlderControlConstant(node, objectKind);
     return request;
 }
 

@@ -11,7 +11,6 @@
 #pragma once
 
 #include <cstdint>
-#include <map>
 #include <optional>
 #include <string>
 #include <string_view>
@@ -42,19 +41,9 @@ FeatureCallTexts FeatureCallTextsFor(int64_t objectKind);
 // "FLOAT", "STR", "REG", "ENUM" (commands share "INT"); empty for others.
 std::string TypeTag(GenApi::INode* node);
 
-// Older control constants keyed "<TAG>_<feature name>" (the keys the host's
-// change callback receives). The simulated system defines none for its
-// features, so the default table is empty.
-using OlderConstantTable = std::map<std::string, std::string, std::less<>>;
-// The constant for a feature, or "Q_NULL" when the table has none.
-std::string OlderControlConstant(std::string_view typeTag, std::string_view featureName,
-                                 const OlderConstantTable& table = {});
-
 // True when the feature's value is one of the library's 64-bit control
-// types: the register that holds it (the node itself when it has an
-// Address, else its pValue target) has an address that the object kind's
-// transport proxy carries as a 64-bit control (class 2). Features of a
-// camera, whose addresses are device registers, are never 64-bit here.
+// types: its ControlType (older_constants.h) is one that the object kind's
+// transport proxy carries as a 64-bit control (class 2).
 bool IsValue64Bit(GenApi::INode* node, int64_t objectKind);
 
 // The variable name: the feature name, plus "In" and the unit when a unit is
@@ -101,8 +90,8 @@ struct SnippetRequest {
 };
 
 // A request for a node of a target object kind with the dialog's texts for
-// that kind and the older constant looked up in `table`.
-SnippetRequest MakeSnippetRequest(GenApi::INode* node, int64_t objectKind, const OlderConstantTable& table = {});
+// that kind and the library's older constant of the feature (older_constants.h).
+SnippetRequest MakeSnippetRequest(GenApi::INode* node, int64_t objectKind);
 
 // The texts for a node. Values are read from the node now; a value that
 // cannot be read (write-only or unavailable feature, failed read) is written

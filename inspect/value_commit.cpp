@@ -11,6 +11,7 @@
 #include "GenApi/Pointer.h"
 #include "GenICam/exceptions.h"
 #include "inspect/host_report.h"
+#include "types/integer_display.h"
 
 namespace quillon::inspect {
 
@@ -53,7 +54,10 @@ std::optional<int64_t> parseOctets(std::string_view t, char sep, size_t count, i
 std::optional<int64_t> parseInteger(const std::string& text, GenApi::ERepresentation representation) {
     std::string t = trimmed(text);
     if (representation == GenApi::IPV4Address && t.find('.') != std::string::npos) return parseOctets(t, '.', 4, 10);
-    if (representation == GenApi::MACAddress && t.find(':') != std::string::npos) return parseOctets(t, ':', 6, 16);
+    // A MAC address as the browser shows it ("-") or colon-separated.
+    for (char separator : {'-', ':'})
+        if (representation == GenApi::MACAddress && t.find(separator) != std::string::npos)
+            return parseOctets(t, separator, 6, 16);
     bool negative = !t.empty() && t[0] == '-';
     std::string_view digits(t);
     if (!digits.empty() && (digits[0] == '-' || digits[0] == '+')) digits.remove_prefix(1);
@@ -100,7 +104,8 @@ struct Prepared {
 
 Prepared prepareInteger(GenApi::INode* node, const std::string& name, const std::string& text) {
     GenApi::CIntegerPtr feature(node);
-    auto parsed = parseInteger(text, feature->GetRepresentation());
+    auto parsed = parseInteger(text, browser::DisplayRepresentation(node->GetName().c_str(),
+                                                                    feature->GetRepresentation()));
     if (!parsed) return {quoted(text) + " is not an integer.", {}, {}, {}};
     int64_t v = *parsed, min = feature->GetMin(), max = feature->GetMax(), inc = feature->GetInc();
     if (v < min || v > max)

@@ -16,8 +16,8 @@ struct CommitResult {
     std::string message;
 };
 
-// Integer: decimal, "0x" hexadecimal, dotted IPv4 (IPV4Address
-// representation) or colon-separated MAC (MACAddress representation); it
+// Integer: decimal, "0x" hexadecimal, dotted IPv4 or dash- or
+// colon-separated MAC, for features shown as addresses (DisplayRepresentation); it
 // must lie within [min, max] and be min plus a multiple of the increment.
 // Float: a decimal number within [min, max], on the increment's grid when
 // the feature has one. Boolean: 1/0, true/false (any case). String: at most

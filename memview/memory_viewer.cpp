@@ -3,6 +3,7 @@
 #include <QDialogButtonBox>
 #include <QFontDatabase>
 #include <QHeaderView>
+#include <QPointer>
 #include <QTableWidget>
 #include <QVBoxLayout>
 
@@ -98,8 +99,15 @@ void MemoryViewerDialog::accept() {
 }
 
 bool QtMemoryViewer::Edit(const std::string& caption, uint8_t* buffer, size_t length) {
-    MemoryViewerDialog dialog(QString::fromStdString(caption), buffer, length, parent_);
-    return dialog.exec() == QDialog::Accepted && dialog.changed();
+    // The host may delete the browser, the dialog's parent, while the viewer
+    // runs: the dialog goes with it, and nothing counts as changed.
+    QPointer<MemoryViewerDialog> dialog =
+        new MemoryViewerDialog(QString::fromStdString(caption), buffer, length, parent_);
+    const bool accepted = dialog->exec() == QDialog::Accepted;
+    if (!dialog) return false;
+    const bool changed = accepted && dialog->changed();
+    delete dialog.data();
+    return changed;
 }
 
 } // namespace quillon::memview

@@ -47,7 +47,8 @@ private:
     bool filling_ = false; // the table is being written by the dialog, not the user
 };
 
-// inspect::MemoryViewer through a modal MemoryViewerDialog.
+// inspect::MemoryViewer through a modal MemoryViewerDialog. Edit answers
+// false when the parent was deleted while the viewer ran.
 class QtMemoryViewer final : public inspect::MemoryViewer {
 public:
     explicit QtMemoryViewer(QWidget* parent = nullptr) : parent_(parent) {}

@@ -56,6 +56,7 @@ QOR_DOUBLE Q_PTR_TO_DOUBLE(const void* pointer);
 #define Q_SYSTEM_ERROR_CLEAR 2099    /* control: clears the object's own error state */
 
 #define Q_SYSTEM_TYPE_SIMULATED 1000 /* Q_SYSTEM_TYPE of the simulated board */
+#define Q_SYSTEM_TYPE_CAMERAS 1001   /* Q_SYSTEM_TYPE of the camera system */
 /* The simulated board's system settings (see docs/qorvis.md for ranges). */
 #define Q_SYS_SYSTEM_NUMBER 1049     /* read-only */
 #define Q_SYS_DIGITIZER_COUNT 1102   /* read-only: digitizers allocated on the system */
@@ -77,6 +78,20 @@ QOR_DOUBLE Q_PTR_TO_DOUBLE(const void* pointer);
 #define Q_SYS_USER_LABEL 7704        /* string */
 #define Q_SYS_DRIVER_VERSION 10320   /* string, read-only */
 #define Q_SYS_TIMESTAMP 133100       /* read-only, ns, 64-bit */
+
+/* The camera system's settings (see docs/qorvis.md). Its camera list is what
+ * the last discovery found: discovery runs when Q_SYS_CAMERA_DISCOVERY is set
+ * to 1, and when QdigAlloc needs the list. */
+#define Q_SYS_CAMERA_COUNT 3200      /* read-only: cameras the last discovery found */
+#define Q_SYS_CAMERA_SELECTOR 3201   /* which camera Q_SYS_CAMERA_ID ... describe, 0 to count - 1 */
+#define Q_SYS_CAMERA_DISCOVERY 3202  /* control 1: runs discovery (about a second); reads 0 */
+#define Q_SYS_CAMERA_ID 7710         /* string, read-only: the selected camera's identifier */
+#define Q_SYS_CAMERA_VENDOR 7711     /* string, read-only */
+#define Q_SYS_CAMERA_MODEL 7712      /* string, read-only */
+#define Q_SYS_CAMERA_SERIAL_NUMBER 7713 /* string, read-only */
+#define Q_SYS_CAMERA_PROTOCOL 7714   /* string, read-only: "GigEVision" or "USB3Vision" */
+#define Q_SYS_CAMERA_ADDRESS 7715    /* string, read-only: IP address, or the USB bus address */
+#define Q_SYS_CAMERA_PHYSICAL_ADDRESS 7716 /* string, read-only: MAC address, or the USB GUID */
 
 /* ---- digitizer inquire types */
 #define Q_GC_NODE_MAP 6906           /* the camera's GenApi INodeMap pointer */
@@ -112,6 +127,19 @@ QOR_DOUBLE Q_PTR_TO_DOUBLE(const void* pointer);
 #define Q_DIG_FORMAT 7720            /* string, read-only: QdigAlloc's format */
 #define Q_DIG_MAXIMUM_BANDWIDTH 240000 /* bytes/s, 64-bit */
 #define Q_DIG_GRAB_BUFFER_SIZE 0x400000 /* read-only, bytes, 64-bit */
+
+/* The camera system's digitizer settings (see docs/qorvis.md). */
+#define Q_DIG_DESCRIPTION_SIZE 3010  /* read-only: bytes of the description the camera served */
+#define Q_DIG_DESCRIPTION_ZIPPED 3011 /* read-only: Q_TRUE when it was served zipped */
+#define Q_DIG_CAMERA_READS 6002      /* read-only, 64-bit: register reads sent to the camera */
+#define Q_DIG_CAMERA_WRITES 6003     /* read-only, 64-bit: register writes sent to the camera */
+#define Q_DIG_CAMERA_ID 7713         /* string, read-only: the discovery identifier, or the name it was opened by */
+#define Q_DIG_CAMERA_PROTOCOL 7714   /* string, read-only */
+#define Q_DIG_CAMERA_ADDRESS 7715    /* string, read-only */
+#define Q_DIG_CAMERA_USER_NAME 7716  /* string, read-only: the name the user gave the camera */
+#define Q_DIG_CAMERA_PHYSICAL_ADDRESS 7717 /* string, read-only: MAC address, or the USB GUID */
+#define Q_DIG_DESCRIPTION_URL 7721   /* string, read-only: where the camera keeps its description */
+#define Q_DIG_CAMERA_STATE 7722      /* string, read-only: "Answering", or why the camera is lost */
 
 /* ---- sequence inquire types */
 #define Q_SEQUENCE_FORMAT 1540       /* bit Q_SEQUENCE_BOARD_SPECIFIC: the description names the board */
@@ -172,6 +200,7 @@ QOR_DOUBLE Q_PTR_TO_DOUBLE(const void* pointer);
 #define Q_ERR_ALLOCATION 7           /* an object could not be made */
 #define Q_ERR_FEATURE 8              /* a GenICam feature access failed */
 #define Q_ERR_THREAD 9               /* a thread could not be started or waited for */
+#define Q_ERR_CAMERA 10              /* a camera refused an access or stopped answering */
 
 /* ---- feature access (Q*InquireFeature / Q*ControlFeature) */
 #define Q_FEATURE_VALUE 0x1
@@ -202,8 +231,13 @@ QOR_INT QappGetError(QOR_ID appId, QOR_INT64 errorType, void* userVarPtr);
 QOR_ID QappErrorContextSave(void);
 void QappErrorContextRestore(QOR_ID context);
 
-/* systemDescriptor: "Q_SYSTEM_SIMULATED" (the default) */
+/* systemDescriptor: "Q_SYSTEM_SIMULATED" (the default), or "Q_SYSTEM_CAMERAS":
+ * the GigE Vision and USB3 Vision cameras of the machine, whose digitizers
+ * each open one camera (QdigAlloc: device number N is the Nth camera in
+ * discovery order; a format names one camera by its identifier, serial
+ * number, user name, IP address or MAC address). */
 #define Q_SYSTEM_SIMULATED QOR_TEXT("Q_SYSTEM_SIMULATED")
+#define Q_SYSTEM_CAMERAS QOR_TEXT("Q_SYSTEM_CAMERAS")
 QOR_ID QsysAlloc(QOR_ID appId, QOR_CONST_TEXT_PTR systemDescriptor, QOR_INT systemNum, QOR_INT64 initFlag,
                  QOR_ID* sysId);
 void QsysFree(QOR_ID sysId);
@@ -222,6 +256,13 @@ void QseqFree(QOR_ID seqId);
 QOR_INT QseqInquire(QOR_ID seqId, QOR_INT64 inquireType, void* userVarPtr);
 void QseqControl(QOR_ID seqId, QOR_INT64 controlType, QOR_DOUBLE value);
 void QseqControlInt64(QOR_ID seqId, QOR_INT64 controlType, QOR_INT64 value);
+
+/* The digitizer's camera register space, as the camera's node map reads it:
+ * length bytes at address, in the camera's own byte order. A camera that
+ * refuses the access or does not answer sets the pending error (Q_ERR_CAMERA);
+ * one that stopped answering fails every later access at once. */
+void QdigReadCamera(QOR_ID digId, QOR_INT64 address, QOR_INT64 length, void* buffer);
+void QdigWriteCamera(QOR_ID digId, QOR_INT64 address, QOR_INT64 length, const void* buffer);
 
 /* Any object: Q_OBJECT_TYPE, Q_OBJECT_GENERIC, Q_OWNER_SYSTEM. */
 QOR_INT QobjInquire(QOR_ID objectId, QOR_INT64 inquireType, void* userVarPtr);

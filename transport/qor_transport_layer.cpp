@@ -37,12 +37,19 @@ private:
 
 constexpr const char* kSourceFile = "GenICamQorTransportLayer";
 
-// 64-bit values are stored whole: descriptions read them as 8-byte registers.
-void store64(void* buffer, int64_t value) { std::memcpy(buffer, &value, sizeof value); }
+// Every numeric value travels as 8 bytes; a register shorter than that gets
+// (and gives) only its own low bytes, so the caller's buffer is never overrun.
+size_t valueBytes(int64_t length) {
+    return static_cast<size_t>(std::clamp<int64_t>(length, 0, 8));
+}
+
+void store64(void* buffer, int64_t value, int64_t length) {
+    std::memcpy(buffer, &value, valueBytes(length));
+}
 
 int64_t load64(const void* buffer, int64_t length) {
     int64_t value = 0;
-    std::memcpy(&value, buffer, static_cast<size_t>(std::min<int64_t>(length, 8)));
+    std::memcpy(&value, buffer, valueBytes(length));
     return value;
 }
 
@@ -60,7 +67,7 @@ void CQorTransportLayerBase::Read(void* buffer, int64_t address, int64_t length)
     if (address & kGenericInquireBit) {
         QOR_INT64 value = 0;
         QobjInquire(object_, Q_OBJECT_GENERIC, &value);
-        store64(buffer, value);
+        store64(buffer, value, length);
         if (IsErrorPending()) ThrowPending(__LINE__);
         return;
     }
@@ -76,7 +83,7 @@ void CQorTransportLayerBase::Read(void* buffer, int64_t address, int64_t length)
             TLProxy().Inquire(object_, type, &scratch);
             available = IsErrorPending() ? 0 : 1;
         }
-        store64(buffer, available);
+        store64(buffer, available, length);
         // A probe never throws: its failure is its answer.
         ClearError();
         return;
@@ -114,7 +121,7 @@ void CQorTransportLayerBase::ReadValue(void* buffer, int64_t type, int64_t lengt
         } else {
             proxy.Inquire(object_, type, &value);
         }
-        store64(buffer, value);
+        store64(buffer, value, length);
     }
     if (IsErrorPending()) ThrowPending(__LINE__);
 }

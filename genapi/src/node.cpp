@@ -347,10 +347,15 @@ bool Node::applyProperty(Loader& loader, Prop prop, std::string_view value, cons
     case Prop::IsDeprecated: deprecated_ = loader.toBool(*this, prop, value); return true;
     case Prop::Streamable: streamable_ = loader.toBool(*this, prop, value); return true;
     case Prop::EventID: {
-        // Event identifiers are hexadecimal without a prefix.
+        // Event identifiers are hexadecimal, usually without a prefix; the
+        // whole text must be the number.
+        std::string_view digits = value;
+        if (digits.size() > 2 && digits[0] == '0' && (digits[1] == 'x' || digits[1] == 'X'))
+            digits.remove_prefix(2);
         uint64_t id = 0;
-        auto res = std::from_chars(value.data(), value.data() + value.size(), id, 16);
-        if (res.ec != std::errc()) loader.fail(*this, "EventID '" + std::string(value) + "' is not hexadecimal");
+        auto res = std::from_chars(digits.data(), digits.data() + digits.size(), id, 16);
+        if (res.ec != std::errc() || res.ptr != digits.data() + digits.size())
+            loader.fail(*this, "EventID '" + std::string(value) + "' is not hexadecimal");
         extras().eventId = static_cast<int64_t>(id);
         return true;
     }

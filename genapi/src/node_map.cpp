@@ -93,6 +93,25 @@ std::span<Node* const> NodeMap::parents(uint32_t index) const {
     return {parentPool_.data() + parentBegin_[index], parentPool_.data() + parentBegin_[index + 1]};
 }
 
+std::string NodeMap::descriptionAttribute(std::string_view name) const {
+    for (size_t i = 0; i + 1 < descriptionAttributes_.size(); i += 2)
+        if (descriptionAttributes_[i] == name) return descriptionAttributes_[i + 1];
+    return {};
+}
+
+Version_t NodeMap::descriptionVersion(const std::string& prefix) const {
+    auto part = [&](const char* name) {
+        const std::string text = descriptionAttribute(prefix + name);
+        unsigned long value = 0;
+        for (char c : text) {
+            if (c < '0' || c > '9' || value > 0xFFFF) return uint16_t{0};
+            value = value * 10 + static_cast<unsigned long>(c - '0');
+        }
+        return value > 0xFFFF ? uint16_t{0} : static_cast<uint16_t>(value);
+    };
+    return {part("MajorVersion"), part("MinorVersion"), part("SubMinorVersion")};
+}
+
 void NodeMap::GetNodes(NodeList_t& nodes) const {
     nodes.clear();
     nodes.reserve(nodes_.size());

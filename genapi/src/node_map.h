@@ -25,7 +25,7 @@ struct RegisterCacheNote {
     int64_t address = 0, length = 0;
 };
 
-class NodeMap final : public INodeMap {
+class NodeMap final : public INodeMap, public IDeviceInfo {
 public:
     explicit NodeMap(std::string deviceName);
     ~NodeMap() override;
@@ -39,6 +39,16 @@ public:
     gcstring GetDeviceName() override { return deviceName_; }
     void Poll(int64_t elapsedTime) override;
     uint64_t GetNumNodes() const override { return nodes_.size(); }
+
+    // ---- IDeviceInfo
+    gcstring GetModelName() override { return modelName_; }
+    gcstring GetVendorName() override { return vendorName_; }
+    gcstring GetToolTip() override { return descriptionAttribute("ToolTip"); }
+    gcstring GetStandardNameSpace() override { return descriptionAttribute("StandardNameSpace"); }
+    void GetSchemaVersion(Version_t& version) override { version = descriptionVersion("Schema"); }
+    void GetDeviceVersion(Version_t& version) override { version = descriptionVersion(""); }
+    gcstring GetProductGuid() override { return descriptionAttribute("ProductGuid"); }
+    gcstring GetVersionGuid() override { return descriptionAttribute("VersionGuid"); }
 
     // ---- engine-internal
     CLock& mutex() const { return lock_; }
@@ -76,6 +86,10 @@ private:
     std::string deviceName_;
     std::string modelName_;
     std::string vendorName_;
+    // The other attributes of RegisterDescription: name, value, name, value ...
+    std::vector<std::string> descriptionAttributes_;
+    std::string descriptionAttribute(std::string_view name) const;
+    Version_t descriptionVersion(const std::string& prefix) const;
     std::string arena_;
     std::vector<std::string> extraPropertyNames_;
     std::vector<PropertyRecord> records_;

@@ -14,6 +14,8 @@ extern const unsigned char kQseqControlSimXml[];
 extern const std::size_t kQseqControlSimXmlSize;
 extern const unsigned char kQseqControlXml[];
 extern const std::size_t kQseqControlXmlSize;
+extern const unsigned char kQsysControlCamerasXml[];
+extern const std::size_t kQsysControlCamerasXmlSize;
 } // namespace detail
 
 namespace {
@@ -23,11 +25,13 @@ std::string_view text(const unsigned char* bytes, std::size_t size) {
 } // namespace
 
 std::span<const EmbeddedDescription> embeddedDescriptions() {
-    static const std::array<EmbeddedDescription, 4> all{{
+    static const std::array<EmbeddedDescription, 5> all{{
         {"QsysControl_sim.xml", text(detail::kQsysControlSimXml, detail::kQsysControlSimXmlSize)},
         {"QdigControl_sim.xml", text(detail::kQdigControlSimXml, detail::kQdigControlSimXmlSize)},
         {"QseqControl_sim.xml", text(detail::kQseqControlSimXml, detail::kQseqControlSimXmlSize)},
         {"QseqControl.xml", text(detail::kQseqControlXml, detail::kQseqControlXmlSize)},
+        {"QsysControl_cameras.xml",
+         text(detail::kQsysControlCamerasXml, detail::kQsysControlCamerasXmlSize)},
     }};
     return all;
 }

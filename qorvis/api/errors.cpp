@@ -97,14 +97,14 @@ std::string errorLine(const ErrorRecord& error) {
     return line;
 }
 
-void recordError(const char* function, const Failure& failure) {
+void recordError(const char* function, const Failure& failure, bool print) {
     LibraryLock lock(libraryMutex());
     ErrorRecord& pending = state().pending;
     pending.code = failure.code != 0 ? failure.code : Q_ERR_INVALID_PARAMETER;
     pending.function = function;
     pending.messages = failure.messages;
     if (pending.messages.size() > 3) pending.messages.resize(3);
-    if (setting(Q_ERROR_PRINT) != Q_PRINT_DISABLE) {
+    if (print && setting(Q_ERROR_PRINT) != Q_PRINT_DISABLE) {
         std::string line = errorLine(pending) + "\n";
         std::fputs(line.c_str(), stderr);
         std::fflush(stderr);

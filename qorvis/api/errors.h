@@ -39,9 +39,10 @@ struct ErrorRecord {
     std::vector<std::string> messages;
 };
 
-// Records a failure as the pending error (replacing one already pending) and
-// prints it once when error printing is on. Takes the library lock.
-void recordError(const char* function, const Failure& failure);
+// Records a failure as the pending error (replacing one already pending) and,
+// unless `print` is false, prints it once when error printing is on. Takes
+// the library lock.
+void recordError(const char* function, const Failure& failure, bool print = true);
 
 // Clears the pending error; the caller holds the library lock.
 void clearPendingError();

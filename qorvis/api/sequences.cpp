@@ -6,6 +6,7 @@
 
 #include "api/errors.h"
 #include "api/objects.h"
+#include "cameras/camera_system.h"
 #include "qorvis.h"
 #include "sim/sim_system.h"
 
@@ -17,7 +18,10 @@ extern "C" QOR_ID QseqAlloc(QOR_ID sysId, QOR_INT devNum, QOR_INT64 sequenceType
     (void)initFlag; // the simulated board has no initialisation options
     return guarded("QseqAlloc", QOR_ID{0}, [&]() -> QOR_ID {
         LibraryLock lock(libraryMutex());
-        requireObject(sysId, Kind::System);
+        if (dynamic_cast<qorvis::cameras::CameraSystemObject*>(
+                requireObject(sysId, Kind::System).get()))
+            fail(Q_ERR_INVALID_PARAMETER, "No sequences on this system.",
+                 "The camera system records no sequences.");
         int64_t device = sim::checkedNumber(devNum, sim::kDeviceCount, "device number");
         std::shared_ptr<SequenceObject> sequence = sim::createSequence(sysId, device, sequenceType != 0);
         QOR_ID id = registerObject(sequence);

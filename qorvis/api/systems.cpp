@@ -5,6 +5,7 @@
 
 #include "api/errors.h"
 #include "api/objects.h"
+#include "cameras/camera_system.h"
 #include "qorvis.h"
 #include "sim/sim_system.h"
 
@@ -13,23 +14,27 @@ namespace sim = qorvis::sim;
 
 extern "C" QOR_ID QsysAlloc(QOR_ID appId, QOR_CONST_TEXT_PTR systemDescriptor, QOR_INT systemNum, QOR_INT64 initFlag,
                             QOR_ID* sysId) {
-    (void)initFlag; // the simulated board has no initialisation options
+    (void)initFlag; // neither board has initialisation options
     return guarded("QsysAlloc", QOR_ID{0}, [&]() -> QOR_ID {
         int64_t number = 0;
+        const bool cameras = qorvis::cameras::isCameraDescriptor(systemDescriptor);
         {
             LibraryLock lock(libraryMutex());
             if (appId != Q_DEFAULT_APPLICATION && (appId != currentApplication() || appId == 0))
                 fail(Q_ERR_INVALID_IDENTIFIER, "Invalid object identifier.",
                      "Identifier " + std::to_string(appId) + " is not the allocated application.");
-            if (!sim::isSimulatedDescriptor(systemDescriptor))
+            if (!cameras && !sim::isSimulatedDescriptor(systemDescriptor))
                 fail(Q_ERR_INVALID_PARAMETER, "Invalid system descriptor.",
                      "\"" + std::string(systemDescriptor) +
-                         "\" names no system; this library provides Q_SYSTEM_SIMULATED.");
-            number = sim::checkedNumber(systemNum, sim::kBoardCount, "system number");
+                         "\" names no system; this library provides Q_SYSTEM_SIMULATED and "
+                         "Q_SYSTEM_CAMERAS.");
+            // One camera system holds every camera of the machine.
+            number = sim::checkedNumber(systemNum, cameras ? 1 : sim::kBoardCount, "system number");
         }
         // Its description loads outside the library lock (node-map locks are
         // never taken under it).
-        std::shared_ptr<SystemObject> system = sim::createSystem(number);
+        std::shared_ptr<SystemObject> system =
+            cameras ? qorvis::cameras::createSystem(number) : sim::createSystem(number);
         LibraryLock lock(libraryMutex());
         QOR_ID id = registerObject(system);
         system->owner = id;

@@ -163,13 +163,13 @@ TEST_F(BrowserSessionStart, AFailingDescriptionGoesToTheErrorBox) {
     InlineMap rootless{"<Integer Name=\"Lone\"><Value>1</Value></Integer>"};
     Dialog dialog({Entry(rootless.nodeMap())});
     dialog.session.Initialise(dialog.view);
-    ASSERT_EQ(dialog.view.errors.size(), 1u);
-    EXPECT_NE(dialog.view.errors[0].find("NULL pointer dereferenced"), std::string::npos);
+    // The description alone, as every other handler shows it.
+    EXPECT_EQ(dialog.view.errors, std::vector<std::string>{"NULL pointer dereferenced"});
     EXPECT_EQ(dialog.view.title, "Quillon (Q_DEV5)");
     EXPECT_FALSE(dialog.session.busy());
 
     dialog.session.Refresh();
-    EXPECT_EQ(dialog.view.errors.size(), 2u);
+    EXPECT_EQ(dialog.view.errors, std::vector<std::string>(2, "NULL pointer dereferenced"));
     EXPECT_FALSE(dialog.session.busy());
     EXPECT_EQ(ErrorPrinting(), Q_PRINT_ENABLE);
 }

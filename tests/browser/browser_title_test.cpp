@@ -1,4 +1,4 @@
-// The window title from the node maps and the host's override, and the fixed
+// The window title from the node maps, and the fixed
 // control texts the GUI shows.
 #include <gtest/gtest.h>
 
@@ -38,17 +38,13 @@ TEST(BrowserTitle, NamesTheDeviceFromTheFirstNodeMapWithBothReadableNames) {
               "Acme A-100 (Q_DEV12) Features");
 }
 
-TEST(BrowserTitle, FallsBackToTheDeviceNumberAndHonoursTheHostOverride) {
+TEST(BrowserTitle, FallsBackToTheDeviceNumber) {
     InlineMap none{Names(nullptr, nullptr)};
     InlineMap modelOnly{Names(nullptr, "M")};
-    qorvis::sim::ConnectedSimulatedCamera camera;
 
     EXPECT_EQ(DeviceTitle({Entry(none.nodeMap()), Entry(modelOnly.nodeMap())}, 0), "Quillon (Q_DEV0)");
     EXPECT_EQ(DeviceTitle({}, -1), "Quillon (Q_DEV-1)");
     EXPECT_EQ(DeviceTitle({Entry(none.nodeMap())}, 4294967296), "Quillon (Q_DEV4294967296)");
-
-    EXPECT_EQ(WindowTitle("My camera", {Entry(camera.nodeMap())}, 1), "My camera");
-    EXPECT_EQ(WindowTitle("", {Entry(camera.nodeMap())}, 1), "Torvex TVX1280M (Q_DEV1) Features");
 }
 
 TEST(BrowserTitle, ControlTexts) {

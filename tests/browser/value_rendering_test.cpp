@@ -85,11 +85,6 @@ TEST_F(Rendering, AddressFeaturesGoByNameWhateverTheirRepresentation) {
     // Other names follow the declared representation.
     EXPECT_EQ(Text("DeclaredIp"), "DeclaredIp \t 1.2.3.4");
     EXPECT_EQ(Text("DeclaredMac"), "DeclaredMac \t 0A-0B-0C-0D-0E-0F");
-    EXPECT_EQ(FormatIpv4(0xC0A80001), "192.168.0.1");
-    EXPECT_EQ(FormatMac(0x0011223344AA), "00-11-22-33-44-AA");
-    EXPECT_TRUE(IsIpv4FeatureName("GevPrimaryApplicationIPAddress"));
-    EXPECT_FALSE(IsIpv4FeatureName("GevCurrentIPConfigurationDHCP"));
-    EXPECT_TRUE(IsMacFeatureName("GevMACAddress"));
 }
 
 TEST_F(Rendering, IntegerNumbers) {

@@ -43,6 +43,16 @@ static struct {
     void* camera;
 } sim;
 
+/* window_driver.cpp: a user's find and download in a browser window. */
+static struct {
+    int (*window)(int64_t window, const char* path);
+    int (*nextModal)(const char* path, int* result);
+    void (*dropQtCaches)(void);
+} driver;
+
+/* The test's own folder: settings, GenICam set-up, downloads. */
+static char root[] = "/tmp/quillon_lifecycle_XXXXXX";
+
 static int failures;
 
 #define CHECK(condition)                                                                   \
@@ -284,8 +294,29 @@ static void create_delete_loop(int rounds) {
     }
 }
 
+/* Windows as a user has them: a modeless one and a modal one per round,
+ * each with a find and a download through the file access dialog. */
+static void window_runs(int rounds) {
+    ControllerDeviceDesc records[2] = {full_record(CONTROLLER_DESC_LIBRARY_NODE_MAP, sim.dig),
+                                       full_record(CONTROLLER_DESC_LOAD_NODE_MAP, sim.dig)};
+    char path[256];
+    snprintf(path, sizeof path, "%s/download.bin", root);
+    for (int i = 0; i < rounds; ++i) {
+        int64_t handle = 0;
+        const int64_t window =
+            api.vantorCreateV3(sim.sys, 0, records, 2, CONTROLLER_MODE_MODELESS, 0, &handle);
+        CHECK(window != 0);
+        CHECK(driver.window(window, path) == 1);
+        api.destroy(handle, (ControllerWindowHandle)window);
+        int driven = 0;
+        CHECK(driver.nextModal(path, &driven) == 1);
+        CHECK(api.vantorCreateV3(sim.sys, 0, records, 2, CONTROLLER_MODE_MODAL, 0, NULL) == 1);
+        CHECK(driven == 1);
+    }
+}
+
 static void no_growth(void) {
-    /* An application object that outlives the loop, then a warm-up. */
+    /* An application object that outlives the loops, then a warm-up. */
     int64_t anchor = 0;
     api.createV3(sim.sys, 0, NULL, 0, 2, 0, &anchor);
     create_delete_loop(50);
@@ -301,6 +332,20 @@ static void no_growth(void) {
     const char* asan = getenv("ASAN_OPTIONS");
     if (!__sanitizer_get_current_allocated_bytes || (asan && strstr(asan, "quarantine_size_mb=0")))
         CHECK(residentBefore > 0 && residentAfter - residentBefore < 16 * 1024);
+
+    /* The driver closes the modal windows itself. Qt fills its caches
+     * (fonts, styles, the file dialog's) in the first rounds. */
+    setenv("QUILLON_AUTOCLOSE_MS", "0", 1);
+    window_runs(2);
+    driver.dropQtCaches();
+    const long windowsBefore = heap_kib();
+    window_runs(10);
+    driver.dropQtCaches();
+    const long windowsAfter = heap_kib();
+    printf("10 window rounds: heap in use %ld KiB before, %ld KiB after\n", windowsBefore,
+           windowsAfter);
+    CHECK(windowsAfter - windowsBefore < 48);
+    setenv("QUILLON_AUTOCLOSE_MS", "50", 1);
     api.destroy(anchor, 0);
 }
 
@@ -319,7 +364,6 @@ static void prepare_environment(void) {
     /* A GenICam installation and repository of our own, so that each new
      * application object's set-up completes; settings in a home of our own;
      * windows off screen. */
-    static char root[] = "/tmp/quillon_lifecycle_XXXXXX";
     char path[256];
     if (!mkdtemp(root)) exit(1);
     snprintf(path, sizeof path, "%s/genicam", root);
@@ -352,6 +396,14 @@ int main(int argc, char** argv) {
         fprintf(stderr, "%s\n", dlerror());
         return 1;
     }
+    void* driverLibrary = dlopen(QUILLON_WINDOW_DRIVER, RTLD_NOW | RTLD_LOCAL);
+    if (!driverLibrary) {
+        fprintf(stderr, "%s\n", dlerror());
+        return 1;
+    }
+    *(void**)&driver.window = dlsym(driverLibrary, "quillon_drive_window");
+    *(void**)&driver.nextModal = dlsym(driverLibrary, "quillon_drive_next_modal");
+    *(void**)&driver.dropQtCaches = dlsym(driverLibrary, "quillon_drop_qt_caches");
     void* createV2 = symbol(library, "CreateGenicamControllerV2");
     void* vantorCreateV2 = symbol(library, "VantorCreateGenicamControllerV2");
     void* createV3 = symbol(library, "CreateGenicamControllerV3");

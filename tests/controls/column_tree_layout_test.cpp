@@ -77,9 +77,7 @@ TEST(ColumnTreeWidths, ResizeGivesTheLastColumnTheRestButAtLeast300) {
     EXPECT_EQ(ResizeLastColumn(ColumnWidths{}, 900, false).count, 0);
 }
 
-TEST(ColumnTreeWidths, BrowserStartsWithTwoHalvesBesideTheScrollBar) {
-    EXPECT_EQ(InitialBrowserColumns(600, false), (std::array<int, 2>{300, 300}));
-    EXPECT_EQ(InitialBrowserColumns(617, true, 17), (std::array<int, 2>{300, 300}));
+TEST(ColumnTreeWidths, HeaderAndRowHeights) {
     EXPECT_EQ(HeaderHeight(13), 17);
     EXPECT_EQ(RowHeight(16), 18);
 }

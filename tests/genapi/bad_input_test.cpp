@@ -381,6 +381,7 @@ TEST_F(BadInput, BrokenNodeDefinitionsRaiseAtLoadNamingTheNode) {
                   "<pPort>Healthy</pPort></IntReg>",
                   "PortIsNoPort"},
              Case{"<Integer Name=\"Shy\"><Visibility>Shy</Visibility><Value>1</Value></Integer>", "Shy"},
+             Case{"<Integer Name=\"OddEvent\"><EventID>12zz</EventID><Value>1</Value></Integer>", "OddEvent"},
              Case{"<Converter Name=\"Half\"><pValue>Healthy</pValue></Converter>", "Half"},
              Case{"<StructReg Comment=\"s\"><Address>0</Address><Length>4</Length><AccessMode>RW</AccessMode><pPort>Device</pPort>"
                   "<StructEntry><Bit>1</Bit></StructEntry></StructReg>",

@@ -74,6 +74,33 @@ TEST_F(ComputedNodes, IntConverterMapsBothWaysAndDerivesItsLimits) {
     EXPECT_EQ(d.node("MirroredLevel")->GetPrincipalInterfaceType(), intfIInteger);
 }
 
+// The limits are the image of pValue's range, saturated at the int64 bounds
+// where the integer formula would wrap around; writes inside them pass.
+TEST_F(ComputedNodes, IntConverterLimitsSaturateInsteadOfWrapping) {
+    struct Row {
+        const char* converter;
+        const char* pValue;
+        int64_t min, max;
+        int64_t write, device; // a value written and what pValue then holds
+    };
+    const Row rows[] = {
+        {"DoubledUnbounded", "Unbounded", INT64_MIN, INT64_MAX, 10, 5},
+        {"NegatedUnbounded", "Unbounded", INT64_MIN + 1, INT64_MAX, -7, 7},
+        {"WideLessTen", "Wide", INT64_MIN, INT64_MAX - 10, INT64_MAX - 10, INT64_MAX},
+        {"LevelPlusFive", "Level", 5, 55, 55, 50},
+    };
+    EXPECT_EQ(d.integer("DoubledUnbounded")->GetValue(), 6);
+    for (const Row& r : rows) {
+        SCOPED_TRACE(r.converter);
+        CIntegerPtr converter = d.integer(r.converter);
+        EXPECT_EQ(converter->GetMin(), r.min);
+        EXPECT_EQ(converter->GetMax(), r.max);
+        converter->SetValue(r.write);
+        EXPECT_EQ(d.integer(r.pValue)->GetValue(), r.device);
+        EXPECT_EQ(converter->GetValue(), r.write);
+    }
+}
+
 TEST_F(ComputedNodes, SwissKnivesUseVariablesConstantsExpressionsAndLimits) {
     CFloatPtr halfArea = d.floating("HalfArea");
     CIntegerPtr maxArea = d.integer("MaxArea");

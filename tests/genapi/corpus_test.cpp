@@ -407,6 +407,11 @@ TEST_P(CorpusFile, LoadsWithTheManifestsNodeCounts) {
     ASSERT_NE(map, nullptr);
     EXPECT_EQ(map->vendorName(), row.at("vendor_attr"));
     EXPECT_EQ(map->modelName(), row.at("model_attr"));
+    Version_t schema;
+    dynamic_cast<IDeviceInfo*>(ref->_Ptr())->GetSchemaVersion(schema);
+    EXPECT_EQ(std::to_string(schema.Major) + "." + std::to_string(schema.Minor) + "." +
+                  std::to_string(schema.SubMinor),
+              row.at("schema_version"));
 
     // Where StructEntries do not multiply shared properties, each property
     // element is one record of one node.

@@ -3,6 +3,7 @@
 // raw registers.
 #include <gtest/gtest.h>
 
+#include <cfloat>
 #include <cstdint>
 #include <cstring>
 #include <limits>
@@ -255,7 +256,14 @@ TEST_F(Registers, FloatRegHoldsSinglesAndDoublesInBothByteOrders) {
     f8b->SetValue(0.1);
     EXPECT_EQ(d.getBE(0x1618, 8), 0x3FB999999999999AULL);
 
-    // A double beyond the single range is refused, not stored as infinity.
+    // A double beyond the single range is refused, not stored as infinity,
+    // and the limits say where that range ends.
+    EXPECT_EQ(f4l->GetMax(), static_cast<double>(FLT_MAX));
+    EXPECT_EQ(f4b->GetMin(), -static_cast<double>(FLT_MAX));
+    EXPECT_EQ(f8l->GetMax(), DBL_MAX);
+    EXPECT_EQ(f8b->GetMin(), -DBL_MAX);
+    f4b->SetValue(f4b->GetMin());
+    EXPECT_EQ(f4b->GetValue(), -static_cast<double>(FLT_MAX));
     EXPECT_THROW(f4l->SetValue(1e300), OutOfRangeException);
     EXPECT_THROW(f4b->SetValue(-1e39, false), OutOfRangeException);
     EXPECT_EQ(d.get(0x1600, 4), (Bytes{0x00, 0x00, 0xC0, 0x3F}));

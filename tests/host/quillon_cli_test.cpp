@@ -9,6 +9,7 @@
 #include <cstdlib>
 #include <filesystem>
 #include <fstream>
+#include <iterator>
 #include <string>
 #include <sys/wait.h>
 
@@ -53,6 +54,13 @@ TEST(QuillonCommand, PrintsTheSimulatedSystemsTreeAndProperties) {
     ASSERT_EQ(props.status, 0) << props.out;
     EXPECT_TRUE(has(props.out, "Name:\tWidth\r\nValue:\t1280\r\nType:\tInteger\r\n")) << props.out;
     EXPECT_TRUE(has(props.out, "QOR API:\r\n\r\n"));
+    // A selected feature's code sets its selector first; the digitizer's own
+    // features have the older one-line calls.
+    Outcome gain = quillon("props Gain");
+    EXPECT_LT(gain.out.find("QOR_TEXT(\"GainSelector\")"), gain.out.find("QOR_TEXT(\"Gain\")"))
+        << gain.out;
+    EXPECT_TRUE(has(quillon("props GrabTimeout").out,
+                    "\tQdigControl(QorDigitizer, Q_DIG_GRAB_TIMEOUT + GrabTimeout, "));
 }
 
 TEST(QuillonCommand, ReadsWritesAndRefusesClearly) {
@@ -110,6 +118,122 @@ TEST(QuillonCommand, CachesDescriptionsWhereTheEnvironmentSaysAndNeverServesStal
         has(runCommand("env " + rows[0].environment + " " + QUILLON_EXECUTABLE + " " + tree).out,
             "Sequence Central\n"));
     fs::remove_all(dir);
+}
+
+TEST(QuillonCommand, ExplainsSlicesAndPrintsSessionsAsCode) {
+    struct Case {
+        const char* arguments;
+        int status;
+        const char* piece;
+    };
+    const Case cases[] = {
+        {"why UserSetSave", 0,
+         "UserSetSave is not available now: UserSetSelector = Default makes UserSetSaveAvailable "
+         "(formula `SEL <> 0`) 0 (pIsAvailable)\n"},
+        {"slices GainSelector", 0,
+         "GainSelector  Gain\nAll           0\nAnalogAll     6\nDigitalAll    1.5\n"},
+        {"session Width=640 GainSelector=AnalogAll TriggerSoftware", 0,
+         "\t// 1. Width = 640\n\t{\n\t\tQOR_INT64 WidthInpx = 640;\n"},
+        {"session Width=640 GainSelector=AnalogAll TriggerSoftware", 0,
+         "\t// 3. TriggerSoftware executed\n"},
+        {"why NoSuchFeature", 2, "NoSuchFeature"},
+        {"slices Width", 2, "'Width' is not a selector"},
+        {"session Width=641", 2, "step 1 (Width=641): "},
+        {"session Width", 2, "is not a command"},
+    };
+    for (const Case& c : cases) {
+        Outcome run = quillon(c.arguments);
+        EXPECT_EQ(run.status, c.status) << c.arguments << "\n" << run.out;
+        EXPECT_TRUE(has(run.out, c.piece)) << c.arguments << "\n" << run.out;
+        if (c.status == 2) {
+            EXPECT_EQ(std::count(run.out.begin(), run.out.end(), '\n'), 1) << run.out;
+        }
+    }
+}
+
+TEST(QuillonCommand, SavesLoadsAndComparesFeatureSets) {
+    char name[] = "/tmp/quillon_sets_XXXXXX";
+    ASSERT_TRUE(mkdtemp(name));
+    const std::string dir = name, saved = dir + "/saved.txt", edited = dir + "/edited.txt";
+    const std::string camera = "--xml " QUILLON_SOURCE_DIR "/data/TorvexSimCamera.xml";
+    ASSERT_EQ(quillon("save " + saved).out, "");
+    std::string text;
+    {
+        std::ifstream in(saved);
+        text.assign(std::istreambuf_iterator<char>(in), {});
+    }
+    for (const char* piece :
+         {"# Date: 2", "\n[System]\n", "\n[Camera]\n# Vendor: Torvex\n", "\nWidth = 1280\n"})
+        EXPECT_TRUE(has(text, piece)) << piece;
+    text.replace(text.find("\nWidth = 1280\n"), 14, "\nWidth = 640\n");
+    text.replace(text.find("\nOffsetY = 0\n"), 13, "\nOffsetY = 1\n");
+    std::ofstream(edited) << text;
+    std::ofstream(dir + "/bad.txt") << "Width = 640\n[Camera\n";
+    struct Row {
+        std::string arguments;
+        int status;
+        std::string piece; // of the output; "" for none at all
+    };
+    const Row rows[] = {
+        {"load " + saved, 0, " applied, "},
+        {"load " + edited + " --dry-run", 1, ": would change: Width = 640 (was 1280)\n"},
+        {"load " + edited, 1,
+         ": refused: OffsetY = 1: out of range: the minimum is 0 and the maximum is 0\n"},
+        {"diff " + saved + " " + edited, 1,
+         "--- " + saved + "\n+++ " + edited +
+             "\n[Camera]\n-Width = 1280\n+Width = 640\n-OffsetY = 0\n+OffsetY = 1\n"},
+        {"diff " + saved + " " + saved, 0, ""},
+        {"diff sim " + camera, 1, "--- sim\n+++ " + camera + "\n"},
+        {"diff " + camera + " " + camera, 0, ""},
+        {"load " + dir + "/bad.txt", 2,
+         "quillon: " + dir + "/bad.txt:2: a section must be written [Caption]\n"},
+        {"load " + dir + "/none.txt", 2, "quillon: cannot read '" + dir + "/none.txt'\n"},
+        {"save " + dir + "/none/saved.txt", 2,
+         "quillon: Cannot create " + dir + "/none/saved.txt.part: No such file or directory\n"},
+        {"diff " + saved, 2, "quillon: diff compares two sources (quillon diff --help)\n"},
+    };
+    for (const Row& row : rows) {
+        const Outcome run = quillon(row.arguments);
+        EXPECT_EQ(run.status, row.status) << row.arguments << "\n" << run.out;
+        if (row.piece.empty())
+            EXPECT_EQ(run.out, "") << row.arguments;
+        else
+            EXPECT_TRUE(row.status == 2 ? run.out == row.piece : has(run.out, row.piece))
+                << row.arguments << "\n"
+                << run.out;
+    }
+    EXPECT_EQ(quillon("load " + saved).out.substr(0, saved.size() + 13), saved + ": 0 applied, ");
+    std::filesystem::remove_all(dir);
+}
+
+TEST(QuillonCommand, TransfersDrawOneProgressLineAndFilesThatDoNotOpenAreErrors) {
+    char name[] = "/tmp/quillon_transfer_XXXXXX";
+    ASSERT_NE(mkdtemp(name), nullptr);
+    const std::string dir = name;
+    const std::string target = dir + "/log.bin";
+    // Progress goes to standard error: one line that every chunk rewrites, then a newline.
+    Outcome down = runCommand(std::string(QUILLON_EXECUTABLE) + " download DeviceLog " + target +
+                              " 2>" + dir + "/progress");
+    EXPECT_EQ(down.status, 0);
+    EXPECT_EQ(down.out, target + " downloaded successfully.\n");
+    const std::string progress = runCommand("cat " + dir + "/progress").out;
+    EXPECT_EQ(progress.substr(0, 1), "\r") << progress;
+    EXPECT_EQ(std::count(progress.begin(), progress.end(), '\n'), 1) << progress;
+    EXPECT_EQ(progress.back(), '\n');
+    struct Row {
+        std::string arguments, line;
+    };
+    for (const Row& row :
+         {Row{"upload UserSet1 " + dir + "/missing.bin",
+              "quillon: Cannot read " + dir + "/missing.bin: No such file or directory\n"},
+          Row{"download UserSet1 " + dir + "/none/copy.bin",
+              "quillon: Cannot create " + dir +
+                  "/none/copy.bin.part: No such file or directory\n"}}) {
+        Outcome run = quillon(row.arguments);
+        EXPECT_EQ(run.status, 2) << row.arguments;
+        EXPECT_EQ(run.out, row.line);
+    }
+    std::filesystem::remove_all(dir);
 }
 
 #ifdef QUILLON_HAVE_GUI

@@ -39,8 +39,8 @@ struct RecordingViewer : quillon::inspect::MemoryViewer {
     }
 };
 
-// An imaging-library application with a system, a digitizer (which completes
-// commands asynchronously) and a sequence (which has no such inquire).
+// An imaging-library application with a system (the dialog's object, which
+// completes commands asynchronously), a digitizer and a sequence.
 class CommandExecution : public ::testing::Test {
 protected:
     QOR_ID app = 0, sys = 0, dig = 0, seq = 0;
@@ -74,21 +74,22 @@ protected:
         c.objectKind = Q_DIGITIZER_OBJECT;
         return c;
     }
-    ActionOutcome run(const char* name, const quillon::browser::NodeMapContext& c) {
-        return RunAction(camera.nodeMap()->GetNode(name), name, c, viewer, advanceClock);
+    ActionOutcome run(const char* name, const quillon::browser::NodeMapContext& c,
+                      QOR_ID system = -1) {
+        return RunAction(camera.nodeMap()->GetNode(name), name, c, system == -1 ? sys : system,
+                         viewer, advanceClock);
     }
 };
 
 TEST_F(CommandExecution, SynchronousObjectsReturnRightAfterExecuteWithoutPrintingTheFailedInquire) {
-    auto c = host.context(camera.nodeMap());
-    c.object = seq;
-    c.objectKind = Q_SEQUENCE_OBJECT;
-    // The sequence has no completion inquire: it fails, and must fail quietly
-    // even though the host prints errors.
+    auto c = digitizerContext();
+    // A "system" that is none (the host passed its sequence) fails the
+    // completion inquire, and must fail quietly even though the host prints
+    // errors; the row's own digitizer is not asked.
     QappControl(Q_DEFAULT_APPLICATION, Q_ERROR_PRINT, Q_PRINT_ENABLE);
     testing::internal::CaptureStderr();
-    EXPECT_EQ(quillon::inspect::InquireCommandCompletion(c), 1);
-    ActionOutcome outcome = run("AcquisitionStart", c);
+    EXPECT_EQ(quillon::inspect::InquireCommandCompletion(seq), 1);
+    ActionOutcome outcome = run("AcquisitionStart", c, seq);
     std::string printed = testing::internal::GetCapturedStderr();
     EXPECT_EQ(printed, "");
     QOR_INT64 print = -1;
@@ -100,14 +101,13 @@ TEST_F(CommandExecution, SynchronousObjectsReturnRightAfterExecuteWithoutPrintin
     EXPECT_FALSE(camera.device.acquisitionActive()) << "returned while the start is still pending";
     EXPECT_EQ(host.reports, (Reports{{"CMD_AcquisitionStart", "Execute"}}));
 
-    // Without any object the command is treated the same way.
-    auto none = host.context(camera.nodeMap());
-    EXPECT_EQ(quillon::inspect::InquireCommandCompletion(none), 1);
+    // Without a system the command is treated the same way.
+    EXPECT_EQ(quillon::inspect::InquireCommandCompletion(0), 1);
 }
 
-TEST_F(CommandExecution, AsynchronousDigitizerWaitsForCompletionEvery150MsThenReports) {
-    auto c = digitizerContext();
-    EXPECT_EQ(quillon::inspect::InquireCommandCompletion(c), Q_GC_COMMAND_ASYNCHRONOUS);
+TEST_F(CommandExecution, AsynchronousSystemWaitsForCompletionEvery150MsThenReports) {
+    auto c = host.context(camera.nodeMap()); // a row that names no object of its own
+    EXPECT_EQ(quillon::inspect::InquireCommandCompletion(sys), Q_GC_COMMAND_ASYNCHRONOUS);
     // AcquisitionStart has no polling time; neither has its pValue register.
     EXPECT_EQ(run("AcquisitionStart", c), ActionOutcome::CommandExecuted);
     ASSERT_GE(sleeps.size(), 2u) << "the start takes 300 ms";
@@ -158,9 +158,11 @@ TEST(CommandFailure, ExecuteThatThrowsLeavesNoReportAndNoMessage) {
     map._Connect(&port);
     HostRecorder host;
     RecordingViewer viewer;
-    EXPECT_EQ(RunAction(map._Ptr()->GetNode("Fire"), "Fire", host.context(map._Ptr()), viewer), ActionOutcome::Failed);
+    EXPECT_EQ(RunAction(map._Ptr()->GetNode("Fire"), "Fire", host.context(map._Ptr()), 0, viewer),
+              ActionOutcome::Failed);
     EXPECT_TRUE(host.reports.empty());
-    EXPECT_THROW(quillon::inspect::ExecuteCommand(map._Ptr()->GetNode("Fire"), "Fire", host.context(map._Ptr())),
+    EXPECT_THROW(quillon::inspect::ExecuteCommand(map._Ptr()->GetNode("Fire"), "Fire",
+                                                  host.context(map._Ptr()), 0),
                  GenICam::GenericException);
     EXPECT_TRUE(host.reports.empty());
 }
@@ -193,7 +195,8 @@ TEST_F(CommandExecution, PeriodIsTheCommandsPollingTimeElseItsValueNodesPollingT
             }
         };
         host.reports.clear();
-        EXPECT_EQ(RunAction(device.node(name), name, c, viewer, completeAfterThree), ActionOutcome::CommandExecuted);
+        EXPECT_EQ(RunAction(device.node(name), name, c, sys, viewer, completeAfterThree),
+                  ActionOutcome::CommandExecuted);
         EXPECT_EQ(periods, (std::vector<int64_t>{period, period, period}));
         EXPECT_EQ(quillon::inspect::CompletionPeriod(device.node(name)), period);
         EXPECT_EQ(host.reports, (Reports{{std::string("CMD_") + name, "Execute"}}));
@@ -207,7 +210,7 @@ TEST_F(CommandExecution, OtherNodeTypesAreLeftUntouched) {
         SCOPED_TRACE(name);
         EXPECT_EQ(run(name, c), ActionOutcome::Ignored);
     }
-    EXPECT_EQ(RunAction(nullptr, "", c, viewer), ActionOutcome::Ignored);
+    EXPECT_EQ(RunAction(nullptr, "", c, sys, viewer), ActionOutcome::Ignored);
     EXPECT_EQ(camera.device.writeCount(), writes);
     EXPECT_EQ(viewer.calls, 0);
     EXPECT_TRUE(host.reports.empty());

@@ -82,7 +82,7 @@ struct RecordingProgress : quillon::inspect::ProgressIndicator {
 
 struct RecordingButtons : quillon::inspect::TransferButtons {
     std::mutex m;
-    bool download = true, upload = true; // the template's initial state
+    bool download = true, upload = true, fileList = true; // the template's initial state
     int changes = 0;
     void EnableDownload(bool enabled) override {
         std::lock_guard lock(m);
@@ -92,6 +92,11 @@ struct RecordingButtons : quillon::inspect::TransferButtons {
     void EnableUpload(bool enabled) override {
         std::lock_guard lock(m);
         upload = enabled;
+        ++changes;
+    }
+    void EnableFileList(bool enabled) override {
+        std::lock_guard lock(m);
+        fileList = enabled;
         ++changes;
     }
 };
@@ -167,12 +172,31 @@ TEST_F(FileTransfer, ListsTheDeviceFilesAndEnablesTheButtonsTheOpenModesAllow) {
     EXPECT_TRUE(buttons.upload) << "a writable file enables the upload again";
 }
 
-TEST_F(FileTransfer, WithoutFileSelectorTheListStaysEmptyAndButtonsKeepTheirState) {
-    quillon_inspect_test::MemoryDevice device("<Integer Name=\"Width\"><Value>4</Value></Integer>");
-    FileTransferSession session(device.nodeMap(), platform());
-    EXPECT_EQ(session.FillFileList(), "");
-    EXPECT_TRUE(session.Files().empty());
-    EXPECT_EQ(buttons.changes, 0);
+TEST_F(FileTransfer, FillingTheListNeverThrows) {
+    // Without FileSelector the list stays empty and the buttons as they are;
+    // an entry whose availability cannot be read (its register's port is not
+    // connected) ends the list there, with the reason as the description.
+    quillon_inspect_test::MemoryDevice none("<Integer Name=\"Width\"><Value>4</Value></Integer>");
+    quillon_inspect_test::MemoryDevice failing(
+        "<Enumeration Name=\"FileSelector\"><EnumEntry Name=\"First\"><Value>0</Value></EnumEntry>"
+        "<EnumEntry Name=\"Second\"><pIsAvailable>Available</pIsAvailable><Value>1</Value>"
+        "</EnumEntry><Value>0</Value></Enumeration><Port Name=\"Unplugged\"/>"
+        "<IntReg Name=\"Available\"><Address>0</Address><Length>4</Length><AccessMode>RO</AccessMode>"
+        "<pPort>Unplugged</pPort><Sign>Unsigned</Sign><Endianess>LittleEndian</Endianess>"
+        "</IntReg>");
+    struct Row {
+        GenApi::INodeMap* nodeMap;
+        size_t files;
+        bool described;
+    };
+    for (const Row& row : {Row{none.nodeMap(), 0, false}, Row{failing.nodeMap(), 1, true}}) {
+        FileTransferSession session(row.nodeMap, platform());
+        std::string label;
+        ASSERT_NO_THROW(label = session.FillFileList());
+        EXPECT_EQ(session.Files().size(), row.files);
+        EXPECT_EQ(!label.empty(), row.described) << label;
+        EXPECT_EQ(buttons.changes, 0);
+    }
 }
 
 // A device with an identity and one file whose display name has spaces.
@@ -238,12 +262,24 @@ TEST_F(FileTransfer, DownloadMoves2048ByteChunksAndRenamesTheFinishedFile) {
     session.FillFileList();
     session.SelectFile(indexOf(session, "UserSet2"));
     fs::path target = dir / "user set 2.bin";
+    // A file of the user's that happens to bear the temporary name is left alone.
+    writeLocal(target.string() + ".part", {'m', 'i', 'n', 'e'});
     dialog.answer = target.string();
+    bool listDuringTransfer = true;
+    progress.onPosition = [&](int32_t) {
+        std::lock_guard lock(buttons.m);
+        listDuringTransfer = listDuringTransfer && buttons.fileList;
+    };
     ASSERT_TRUE(session.StartDownload());
     session.WaitForTransfer();
 
     EXPECT_EQ(readLocal(target), content);
-    EXPECT_FALSE(fs::exists(target.string() + ".part"));
+    EXPECT_EQ(readLocal(target.string() + ".part"), (std::vector<uint8_t>{'m', 'i', 'n', 'e'}));
+    EXPECT_EQ(std::distance(fs::directory_iterator(dir), fs::directory_iterator()), 2)
+        << "no file of its own is left";
+    EXPECT_FALSE(listDuringTransfer) << "the file list is disabled while the transfer runs";
+    EXPECT_TRUE(buttons.fileList);
+    EXPECT_EQ(session.LastResult().outcome, quillon::inspect::TransferResult::Outcome::Done);
     EXPECT_EQ(progress.events,
               (std::vector<std::string>{"step", "range 0..5000", "step size 1", "position 1", "show", "position 2048",
                                         "position 4096", "position 5000", "hide"}));
@@ -388,6 +424,7 @@ TEST_F(FileTransfer, DeviceErrorsShowTheExceptionTextAndRemoveThePartialDownload
         if (position == 2048) GenApi::CCommandPtr(camera.nodeMap()->GetNode("DeviceReset"))->Execute();
     };
     fs::path target = dir / "reset.bin";
+    writeLocal(target.string() + ".part", {'m', 'i', 'n', 'e'});
     dialog.answer = target.string();
     ASSERT_TRUE(session.StartDownload());
     session.WaitForTransfer();
@@ -395,9 +432,46 @@ TEST_F(FileTransfer, DeviceErrorsShowTheExceptionTextAndRemoveThePartialDownload
     EXPECT_EQ(messages.shown[1].caption, "Error");
     EXPECT_NE(messages.shown[1].text.find("UserSet2"), std::string::npos) << messages.shown[1].text;
     EXPECT_FALSE(fs::exists(target));
-    EXPECT_FALSE(fs::exists(target.string() + ".part"));
+    EXPECT_FALSE(fs::exists(target.string() + ".1.part")) << "its own temporary file is removed";
+    EXPECT_EQ(readLocal(target.string() + ".part"), (std::vector<uint8_t>{'m', 'i', 'n', 'e'}));
     EXPECT_EQ(progress.events.back(), "hide");
     EXPECT_TRUE(buttons.download);
+}
+
+// A local file that does not open: nothing happens to the device file or on
+// disk, the window still says "successfully" as its message rule has it, and
+// the outcome names the reason.
+TEST_F(FileTransfer, ALocalFileThatDoesNotOpenTouchesNothing) {
+    const std::vector<uint8_t> kept = pattern(300);
+    ASSERT_TRUE(camera.device.setFileContents("UserSet2", kept));
+    FileTransferSession session(camera.nodeMap(), platform());
+    session.FillFileList();
+    session.SelectFile(indexOf(session, "UserSet2"));
+    struct Row {
+        bool download;
+        fs::path local;
+        std::string reason;
+    };
+    const fs::path missing = dir / "missing" / "file.bin";
+    for (const Row& row :
+         {Row{false, missing, "Cannot read " + missing.string() + ": No such file or directory"},
+          Row{false, dir, "Cannot read " + dir.string() + ": Is a directory"},
+          Row{true, missing,
+              "Cannot create " + missing.string() + ".part: No such file or directory"}}) {
+        SCOPED_TRACE(row.local);
+        messages.shown.clear();
+        dialog.answer = row.local.string();
+        ASSERT_TRUE(row.download ? session.StartDownload() : session.StartUpload());
+        session.WaitForTransfer();
+        EXPECT_EQ(session.LastResult().outcome,
+                  quillon::inspect::TransferResult::Outcome::LocalNotOpened);
+        EXPECT_EQ(session.LastResult().reason, row.reason);
+        ASSERT_EQ(messages.shown.size(), 1u);
+        EXPECT_EQ(messages.shown[0].caption, "Success");
+        EXPECT_EQ(camera.device.fileContents("UserSet2"), kept) << "the device file is not emptied";
+        EXPECT_FALSE(camera.device.fileIsOpen("UserSet2"));
+    }
+    EXPECT_FALSE(fs::exists(dir / "missing"));
 }
 
 } // namespace

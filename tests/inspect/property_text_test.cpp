@@ -8,6 +8,7 @@
 #include "GenICam/exceptions.h"
 #include "inspect/property_text.h"
 #include "property_snippet_fixtures.h"
+#include "types/integer_display.h"
 
 using namespace quillon::inspect;
 using quillon::browser::ReadPropertyFlags;
@@ -58,6 +59,8 @@ TEST(PropertyText, IntegerLimitsFollowRepresentationAndFlags) {
 }
 
 TEST(PropertyText, IntegerValueFormats) {
+    using quillon::browser::DisplayRepresentation;
+    using quillon::browser::FormatIntegerValue;
     EXPECT_EQ(FormatIntegerValue(0xC0A80001, GenApi::IPV4Address), "192.168.0.1");
     EXPECT_EQ(FormatIntegerValue(0x7FFFFFFFC0A80001, GenApi::IPV4Address), "192.168.0.1"); // the four low bytes
     EXPECT_EQ(FormatIntegerValue(0x0211223344AA, GenApi::MACAddress), "02-11-22-33-44-AA");

@@ -1,14 +1,17 @@
 // The generated access code is real code: every generic feature call that the
-// generator shows for the simulated camera behind a digitizer is pasted into
+// property box shows for a row of the simulated camera's tree is pasted into
 // one C++ program, compiled with the system g++ against qorvis.h, linked with
 // the built libraries and run on a simulated system; the values it reads and
 // writes are checked.
 //
-// Left out, as they are not meant to compile: one-line calls without an older
-// constant (they name the feature bare), sequence targets (their names are
+// Left out, as they are not meant to compile: one-line calls (they name the
+// feature bare, after its older constant), sequence targets (their names are
 // empty), 64-bit enumeration size declarations (the "QOR_INT6464" spelling),
 // and control blocks of integers shown as IPv4 or MAC addresses, whose value
-// text is the dotted or colon-separated address.
+// text is the dotted or dash-separated address.
+//
+// A session of edits on the browsed camera, recorded as code, runs last: the
+// program's camera must then hold what the edits left on the browsed one.
 #include <gtest/gtest.h>
 
 #include <unistd.h>
@@ -23,10 +26,15 @@
 #include <vector>
 
 #include "GenApi/Pointer.h"
+#include "browser/property_box.h"
+#include "browser/text_tree.h"
 #include "inspect/property_text.h"
+#include "inspect/session_code.h"
 #include "inspect/snippet_generator.h"
+#include "inspect/value_commit.h"
 #include "property_snippet_fixtures.h"
 #include "qorvis.h"
+#include "types/integer_display.h"
 
 using namespace quillon::inspect;
 namespace fs = std::filesystem;
@@ -37,19 +45,6 @@ struct Piece {
     std::string id;   // "<phase>:<feature>"
     std::string code; // the generated lines, then what prints their result
 };
-
-// The texts for a feature, with its selector's (and that one's selector's)
-// texts joined, as the tree's selector rows give them.
-SnippetTexts TextsWithSelector(GenApi::INode* node, int depth = 0) {
-    SnippetRequest rq = MakeSnippetRequest(node, Q_DIGITIZER_OBJECT);
-    GenApi::CSelectorPtr selector(node);
-    if (selector.IsValid() && depth < 4) {
-        GenApi::FeatureList_t selecting;
-        selector->GetSelectingFeatures(selecting);
-        if (!selecting.empty()) rq.selector = TextsWithSelector(selecting.front()->GetNode(), depth + 1);
-    }
-    return GenerateSnippets(node, rq);
-}
 
 // Puts `print` in front of the block's last line when that line releases a
 // buffer, so the value is printed while it exists; else after the block.
@@ -83,7 +78,8 @@ std::string PrintFor(GenApi::INode* node, const std::string& id) {
 bool AddressRepresentation(GenApi::INode* node) {
     GenApi::CIntegerPtr integer(node);
     if (!integer.IsValid()) return false;
-    GenApi::ERepresentation r = DisplayRepresentation(std::string(node->GetName()), integer->GetRepresentation());
+    GenApi::ERepresentation r = quillon::browser::DisplayRepresentation(
+        std::string(node->GetName()), integer->GetRepresentation());
     return r == GenApi::IPV4Address || r == GenApi::MACAddress;
 }
 
@@ -137,15 +133,21 @@ TEST(SnippetCompile, GeneratedCameraCodeCompilesRunsAndAccessesTheFeatures) {
     GenApi::CEnumerationPtr(c.node("GainSelector"))->FromString("DigitalAll");
     GenApi::CFloatPtr(c.node("Gain"))->SetValue(3.5);
 
+    // What the window's property box shows for every row of the tree: a
+    // selected feature's code sets its selector first.
+    quillon::browser::TextTree tree;
+    quillon::browser::FeatureTreeModel model(tree, nullptr);
+    quillon::browser::NodeMapEntry entry;
+    entry.context.nodeMap = c.camera.nodeMap();
+    model.Build({entry}, quillon::browser::kGuru);
     std::vector<Piece> controls, inquires, commands;
     Piece widthAgain;
-    GenApi::NodeList_t nodes;
-    c.camera.nodeMap()->GetNodes(nodes);
     int features = 0;
-    for (GenApi::INode* node : nodes) {
-        if (!node->IsFeature()) continue;
+    for (const quillon::browser::FeatureRow& row : model.featureRows()) {
+        if (!row.treeItem) continue;
+        GenApi::INode* node = row.node;
         std::string name(node->GetName());
-        SnippetTexts t = TextsWithSelector(node);
+        SnippetTexts t = quillon::browser::RowSnippets(model, row);
         if (t.controlBlock.empty() && t.inquireBlock.empty()) continue;
         ++features;
         ASSERT_FALSE(t.showOneLine) << name; // the camera's features have no older constants
@@ -159,7 +161,7 @@ TEST(SnippetCompile, GeneratedCameraCodeCompilesRunsAndAccessesTheFeatures) {
             if (name == "Width") widthAgain = {"after:Width", WithPrint(t.inquireBlock, PrintFor(node, "after:Width"))};
         }
     }
-    EXPECT_GT(features, 100);
+    EXPECT_GE(features, 100);
     ASSERT_FALSE(widthAgain.id.empty());
     // Settings first, then every read, then the commands (a reset last), then
     // one read that shows what the commands did.
@@ -168,6 +170,38 @@ TEST(SnippetCompile, GeneratedCameraCodeCompilesRunsAndAccessesTheFeatures) {
     pieces.insert(pieces.end(), inquires.begin(), inquires.end());
     pieces.insert(pieces.end(), commands.begin(), commands.end());
     pieces.push_back(widthAgain);
+    // Gain's own lines must choose its selector's entry: the selector is
+    // moved to another one just before Gain is read.
+    auto gain = std::find_if(pieces.begin(), pieces.end(),
+                             [](const Piece& p) { return p.id == "inquire:Gain"; });
+    ASSERT_NE(gain, pieces.end());
+    pieces.insert(
+        gain, {"move:GainSelector",
+               "\tQdigControlFeature(QorDigitizer, Q_FEATURE_VALUE, QOR_TEXT(\"GainSelector\"), "
+               "Q_TYPE_STRING, QOR_TEXT(\"AnalogAll\"));\n"});
+
+    // Five edits as the window commits them; LineInverter's step must set
+    // LineSelector first, as the browsed camera had it when it was edited.
+    SessionCode session;
+    quillon::browser::NodeMapContext context;
+    context.nodeMap = c.camera.nodeMap();
+    GenApi::CEnumerationPtr(c.node("LineSelector"))->FromString("Line2");
+    const char* edits[][2] = {{"Width", "800"},       {"PixelFormat", "Mono16"},
+                              {"GainSelector", "AnalogAll"}, {"Gain", "4.5"},
+                              {"LineInverter", "1"}};
+    for (const auto& [name, value] : edits) {
+        ASSERT_TRUE(CommitValue(c.node(name), name, value, context).written) << name;
+        session.Record(c.node(name), Q_DIGITIZER_OBJECT);
+    }
+    GenApi::CEnumerationPtr(c.node("LineSelector"))->FromString("Line0");
+    pieces.push_back({"session", session.Text()});
+    // Read back under whatever selectors the session left.
+    for (const char* name : {"Width", "PixelFormat", "GainSelector", "Gain", "LineSelector", "LineInverter"}) {
+        GenApi::INode* node = c.node(name);
+        const std::string id = std::string("session:") + name;
+        const SnippetTexts own = GenerateSnippets(node, MakeSnippetRequest(node, Q_DIGITIZER_OBJECT));
+        pieces.push_back({id, WithPrint(own.inquireBlock, PrintFor(node, id))});
+    }
 
     fs::path dir = fs::temp_directory_path() / ("quillon_snippets_" + std::to_string(::getpid()));
     fs::create_directories(dir);
@@ -216,7 +250,8 @@ TEST(SnippetCompile, GeneratedCameraCodeCompilesRunsAndAccessesTheFeatures) {
     EXPECT_EQ(values["inquire:BlackLevel"], "1.25");
     EXPECT_EQ(values["inquire:PixelFormat"], "Mono12");
     EXPECT_EQ(values["inquire:TorvexScratch"], "305419896");
-    // The selector's lines come first, so Gain is read under DigitalAll.
+    // Gain is shown under GainSelector: the selector's lines come first, so
+    // Gain is read under DigitalAll.
     EXPECT_EQ(values["inquire:GainSelector"], "DigitalAll");
     EXPECT_EQ(values["inquire:Gain"], "3.5");
     // Read as the device has them.
@@ -228,6 +263,13 @@ TEST(SnippetCompile, GeneratedCameraCodeCompilesRunsAndAccessesTheFeatures) {
     EXPECT_TRUE(results.count("control:TriggerSoftware"));
     EXPECT_TRUE(results.count("control:DeviceReset"));
     EXPECT_EQ(values["after:Width"], "1280");
+    // The session did again what was done by hand, selectors included.
+    EXPECT_EQ(values["session:Width"], "800");
+    EXPECT_EQ(values["session:PixelFormat"], "Mono16");
+    EXPECT_EQ(values["session:GainSelector"], "AnalogAll");
+    EXPECT_EQ(values["session:Gain"], "4.5");
+    EXPECT_EQ(values["session:LineSelector"], "Line2");
+    EXPECT_EQ(values["session:LineInverter"], "1");
 
     std::error_code ignored;
     if (!HasFailure()) fs::remove_all(dir, ignored);

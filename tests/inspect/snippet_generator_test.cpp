@@ -6,6 +6,7 @@
 #include <string>
 
 #include "GenApi/Pointer.h"
+#include "inspect/older_constants.h"
 #include "inspect/snippet_generator.h"
 #include "property_snippet_fixtures.h"
 #include "qorvis.h"
@@ -16,8 +17,8 @@ using quillon_text_test::InlineDevice;
 
 namespace {
 
-SnippetTexts Generate(GenApi::INode* node, int64_t kind = Q_DIGITIZER_OBJECT, const OlderConstantTable& table = {}) {
-    return GenerateSnippets(node, MakeSnippetRequest(node, kind, table));
+SnippetTexts Generate(GenApi::INode* node, int64_t kind = Q_DIGITIZER_OBJECT) {
+    return GenerateSnippets(node, MakeSnippetRequest(node, kind));
 }
 
 } // namespace
@@ -161,11 +162,11 @@ TEST(SnippetTexts, WidthAndOlderConstantDecideDeclarations) {
       <IntReg Name="Wide"><Address>6650</Address><Length>8</Length><AccessMode>RW</AccessMode><pPort>Device</pPort></IntReg>
       <IntReg Name="ModeReg"><Address>6650</Address><Length>8</Length><AccessMode>RW</AccessMode><pPort>Device</pPort></IntReg>
       <Enumeration Name="Mode"><EnumEntry Name="Off"><Value>0</Value></EnumEntry><pValue>ModeReg</pValue></Enumeration>
-      <IntReg Name="Narrow"><Address>3001</Address><Length>8</Length><AccessMode>RW</AccessMode><pPort>Device</pPort></IntReg>
+      <IntReg Name="GrabTimeout"><Address>3001</Address><Length>8</Length><AccessMode>RW</AccessMode><pPort>Device</pPort></IntReg>
     )");
     EXPECT_TRUE(IsValue64Bit(d.node("Wide"), Q_DIGITIZER_OBJECT));
     EXPECT_FALSE(IsValue64Bit(d.node("Wide"), Q_SYSTEM_OBJECT));
-    EXPECT_FALSE(IsValue64Bit(d.node("Narrow"), Q_DIGITIZER_OBJECT));
+    EXPECT_FALSE(IsValue64Bit(d.node("GrabTimeout"), Q_DIGITIZER_OBJECT));
     EXPECT_EQ(Generate(d.node("Wide")).oneLineInquire.substr(0, 26), "\tQOR_INT64 Wide = 0;\n\tQdig");
     EXPECT_EQ(Generate(d.node("Wide"), Q_SYSTEM_OBJECT).oneLineInquire.substr(0, 21), "\tQOR_INT Wide = 0;\n\tQ");
     // The enumeration's size declaration doubles the width suffix.
@@ -175,25 +176,40 @@ TEST(SnippetTexts, WidthAndOlderConstantDecideDeclarations) {
     EXPECT_EQ(narrow.inquireBlock.substr(0, narrow.inquireBlock.find('\n') + 1), "\tQOR_INT64 ModeStringSize = 0;\n");
 
     // An older constant goes between the prefix and the name, and the one-line calls are shown.
-    OlderConstantTable table{{"INT_Narrow", "Q_DIG_GRAB_TIMEOUT"}};
-    EXPECT_EQ(OlderControlConstant("INT", "Narrow", table), "Q_DIG_GRAB_TIMEOUT");
-    EXPECT_EQ(OlderControlConstant("FLOAT", "Narrow", table), "Q_NULL");
-    SnippetTexts k = Generate(d.node("Narrow"), Q_DIGITIZER_OBJECT, table);
-    EXPECT_EQ(k.oneLineControl, "\tQdigControl(QorDigitizer, Q_DIG_GRAB_TIMEOUT + Narrow, 0);\n");
-    EXPECT_EQ(k.oneLineInquire, "\tQOR_INT Narrow = 0;\n\tQdigInquire(QorDigitizer, Q_DIG_GRAB_TIMEOUT + Narrow, &Narrow);\n");
+    // Only for the object kind, and only where the feature reaches that
+    // control type (a camera's FrameCounter is a device register).
+    InlineDevice other(R"(
+      <Float Name="GrabTimeout"><pValue>TimeoutReg</pValue></Float>
+      <FloatReg Name="TimeoutReg"><Address>3001</Address><Length>8</Length><AccessMode>RW</AccessMode><pPort>Device</pPort></FloatReg>
+      <IntReg Name="FrameCounter"><Address>0x10020</Address><Length>8</Length><AccessMode>RO</AccessMode><pPort>Device</pPort></IntReg>
+    )");
+    EXPECT_EQ(OlderControlConstant(d.node("GrabTimeout"), Q_DIGITIZER_OBJECT),
+              "Q_DIG_GRAB_TIMEOUT");
+    EXPECT_EQ(OlderControlConstant(d.node("GrabTimeout"), Q_SYSTEM_OBJECT), "Q_NULL");
+    EXPECT_EQ(OlderControlConstant(other.node("GrabTimeout"), Q_DIGITIZER_OBJECT), "Q_NULL");
+    EXPECT_EQ(OlderControlConstant(other.node("FrameCounter"), Q_DIGITIZER_OBJECT), "Q_NULL");
+    EXPECT_FALSE(Generate(d.node("GrabTimeout"), Q_SEQUENCE_OBJECT).showOneLine);
+    SnippetTexts k = Generate(d.node("GrabTimeout"), Q_DIGITIZER_OBJECT);
+    EXPECT_EQ(k.oneLineControl,
+              "\tQdigControl(QorDigitizer, Q_DIG_GRAB_TIMEOUT + GrabTimeout, 0);\n");
+    EXPECT_EQ(k.oneLineInquire, "\tQOR_INT GrabTimeout = 0;\n\tQdigInquire(QorDigitizer, "
+                                "Q_DIG_GRAB_TIMEOUT + GrabTimeout, &GrabTimeout);\n");
     EXPECT_TRUE(k.showOneLine);
     EXPECT_EQ(k.ShownPieces(),
               (std::vector<std::string>{k.oneLineControl, k.controlBlock, k.oneLineInquire, k.inquireBlock}));
 }
 
 TEST(SnippetTexts, StringOneLineInquireHasConstantOnlyInTextCall) {
-    InlineDevice d(R"(<String Name="Label"><Value>x</Value></String>)");
-    SnippetTexts t = Generate(d.node("Label"), Q_SYSTEM_OBJECT, {{"STR_Label", "Q_LABEL"}});
-    EXPECT_EQ(t.oneLineInquire, "\tQOR_INT LabelStringSize = 0;\n"
-                                "\tQsysInquire(QorSystem, Label_SIZE, &LabelStringSize);\n"
-                                "\tQOR_TEXT_PTR LabelPtr = new QOR_TEXT_CHAR[LabelStringSize];\n"
-                                "\tQsysInquire(QorSystem, Q_LABEL + Label, LabelPtr);\n"
-                                "\tdelete [] LabelPtr;\n");
+    InlineDevice d(
+        R"(<StringReg Name="UserLabel"><Address>7704</Address><Length>16</Length><AccessMode>RW</AccessMode>
+      <pPort>Device</pPort></StringReg>)");
+    SnippetTexts t = Generate(d.node("UserLabel"), Q_SYSTEM_OBJECT);
+    EXPECT_EQ(t.oneLineInquire,
+              "\tQOR_INT UserLabelStringSize = 0;\n"
+              "\tQsysInquire(QorSystem, UserLabel_SIZE, &UserLabelStringSize);\n"
+              "\tQOR_TEXT_PTR UserLabelPtr = new QOR_TEXT_CHAR[UserLabelStringSize];\n"
+              "\tQsysInquire(QorSystem, Q_SYS_USER_LABEL + UserLabel, UserLabelPtr);\n"
+              "\tdelete [] UserLabelPtr;\n");
 }
 
 TEST(SnippetTexts, EnumerationSkeletonIfChainUpToFourEntriesElseSwitch) {
@@ -291,4 +307,26 @@ TEST(SnippetTexts, SelectorTextsComeFirst) {
     SnippetRequest load = MakeSnippetRequest(c.node("UserSetLoad"), Q_DIGITIZER_OBJECT);
     load.selector = Generate(c.node("UserSetSelector"));
     EXPECT_EQ(GenerateSnippets(c.node("UserSetLoad"), load).inquireBlock, "");
+}
+
+// Each older constant is the control type of the feature it is listed for in
+// the object's own description: its register's address.
+TEST(SnippetTexts, OlderConstantsAreTheControlTypesOfTheLibrarysOwnFeatures) {
+    for (auto [kind, file] : {std::pair{Q_SYSTEM_OBJECT, "QsysControl_sim.xml"},
+                              std::pair{Q_DIGITIZER_OBJECT, "QdigControl_sim.xml"}}) {
+        GenApi::CNodeMapRef map;
+        map._LoadXMLFromFile((std::string(QUILLON_DATA_DIR) + file).c_str());
+        int listed = 0;
+        for (const OlderConstant& c : OlderConstants()) {
+            if (c.objectKind != kind) continue;
+            SCOPED_TRACE(std::string(file) + " " + c.feature);
+            ++listed;
+            GenApi::INode* node = map._GetNode(c.feature);
+            ASSERT_NE(node, nullptr);
+            EXPECT_EQ(TypeTag(node), c.typeTag);
+            EXPECT_EQ(ControlType(node), c.controlType) << c.constant;
+            EXPECT_EQ(OlderControlConstant(node, kind), c.constant);
+        }
+        EXPECT_GT(listed, 20);
+    }
 }

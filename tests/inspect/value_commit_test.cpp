@@ -25,26 +25,38 @@ std::string reg(const char* name, const char* address, const char* extra = "") {
 }
 
 const std::string kBody =
-    "<Integer Name=\"Width\"><pValue>WidthReg</pValue><Min>16</Min><Max>1280</Max><Inc>4</Inc></Integer>" +
+    "<Integer "
+    "Name=\"Width\"><pValue>WidthReg</pValue><Min>16</Min><Max>1280</Max><Inc>4</Inc></Integer>" +
     reg("WidthReg", "0x0") +
-    "<Integer Name=\"Address\"><pValue>AddressReg</pValue><Representation>IPV4Address</Representation></Integer>" +
+    "<Integer "
+    "Name=\"Address\"><pValue>AddressReg</pValue><Representation>IPV4Address</Representation></"
+    "Integer>" +
     reg("AddressReg", "0x4") +
     "<Float Name=\"Gain\"><pValue>GainReg</pValue><Min>0</Min><Max>12</Max><Inc>0.5</Inc></Float>"
-    "<FloatReg Name=\"GainReg\"><Address>0x10</Address><Length>8</Length><AccessMode>RW</AccessMode>"
+    "<FloatReg "
+    "Name=\"GainReg\"><Address>0x10</Address><Length>8</Length><AccessMode>RW</AccessMode>"
     "<pPort>Device</pPort><Endianess>LittleEndian</Endianess></FloatReg>"
-    "<Boolean Name=\"Reverse\"><pValue>ReverseReg</pValue><OnValue>1</OnValue><OffValue>0</OffValue></Boolean>" +
+    "<Boolean "
+    "Name=\"Reverse\"><pValue>ReverseReg</pValue><OnValue>1</OnValue><OffValue>0</OffValue></"
+    "Boolean>" +
     reg("ReverseReg", "0x20") +
-    "<StringReg Name=\"UserName\"><Address>0x40</Address><Length>8</Length><AccessMode>RW</AccessMode>"
+    "<StringReg "
+    "Name=\"UserName\"><Address>0x40</Address><Length>8</Length><AccessMode>RW</AccessMode>"
     "<pPort>Device</pPort></StringReg>"
     "<Enumeration Name=\"Mode\"><EnumEntry Name=\"Off\"><Value>0</Value></EnumEntry>"
-    "<EnumEntry Name=\"Continuous\"><DisplayName>Continuous Run</DisplayName><Value>2</Value></EnumEntry>"
+    "<EnumEntry Name=\"Continuous\"><DisplayName>Continuous "
+    "Run</DisplayName><Value>2</Value></EnumEntry>"
     "<pValue>ModeReg</pValue></Enumeration>" +
     reg("ModeReg", "0x30") +
     "<Enumeration Name=\"Channel\"><EnumEntry Name=\"A\"><Value>0</Value></EnumEntry>"
     "<EnumEntry Name=\"B\"><Value>1</Value></EnumEntry><pValue>ChannelReg</pValue>"
     "<pSelected>Width</pSelected></Enumeration>" +
     reg("ChannelReg", "0x34") +
-    "<Integer Name=\"Fixed\"><ImposedAccessMode>RO</ImposedAccessMode><Value>3</Value></Integer>";
+    "<Integer Name=\"Fixed\"><ImposedAccessMode>RO</ImposedAccessMode><Value>3</Value></Integer>"
+    // Shown as a MAC address by its name alone.
+    "<IntReg "
+    "Name=\"GevMACAddress\"><Address>0x50</Address><Length>8</Length><AccessMode>RW</AccessMode>"
+    "<pPort>Device</pPort><Sign>Unsigned</Sign><Endianess>LittleEndian</Endianess></IntReg>";
 
 class ValueCommit : public ::testing::Test {
 protected:
@@ -99,6 +111,9 @@ TEST_F(ValueCommit, AcceptedValuesReachTheDeviceAndTheHost) {
 
     EXPECT_EQ(commit("Address", "192.168.0.1"), (Reports{{"INT_Address", "3232235521"}}));
     EXPECT_EQ(word(0x4), 0xC0A80001u);
+    // As the row and the editor show it.
+    EXPECT_EQ(commit("GevMACAddress", "02-11-22-33-44-AA"),
+              (Reports{{"INT_GevMACAddress", std::to_string(0x0211223344AA)}}));
 
     EXPECT_EQ(commit("Gain", "2.5"), (Reports{{"FLOAT_Gain", "2.5"}}));
     double gain = 0;

@@ -17,6 +17,7 @@
 
 #include "GenApi/GenApi.h"
 #include "api/descriptions.h"
+#include "cameras/camera_system.h"
 #include "qorvis.h"
 #include "qorvis_api_support.h"
 #include "sim/sim_system.h"
@@ -205,11 +206,11 @@ protected:
 };
 
 TEST_F(Descriptions, EmbeddedCopiesMatchTheFiles) {
-    ASSERT_EQ(qorvis::api::embeddedDescriptions().size(), 4u);
-    for (const Description& d : kDescriptions) {
-        std::string onDisk = readFile(std::string(QORVIS_DATA_DIR) + "/" + d.file);
-        ASSERT_FALSE(onDisk.empty()) << d.file;
-        EXPECT_EQ(qorvis::api::embeddedDescription(d.file), onDisk) << d.file;
+    ASSERT_EQ(qorvis::api::embeddedDescriptions().size(), 5u);
+    for (const qorvis::api::EmbeddedDescription& d : qorvis::api::embeddedDescriptions()) {
+        std::string onDisk = readFile(std::string(QORVIS_DATA_DIR) + "/" + std::string(d.fileName));
+        ASSERT_FALSE(onDisk.empty()) << d.fileName;
+        EXPECT_EQ(d.xml, onDisk) << d.fileName;
     }
     EXPECT_TRUE(qorvis::api::embeddedDescription("QdigControl_gige.xml").empty());
 }
@@ -296,7 +297,9 @@ TEST_F(Descriptions, EveryTableEntrySitsInTheRangeOfItsValueClass) {
     };
     for (const Table& t : {Table{Kind::System, &qorvis::sim::systemControlTypes()},
                            Table{Kind::Digitizer, &qorvis::sim::digitizerControlTypes()},
-                           Table{Kind::Sequence, &qorvis::sim::sequenceControlTypes()}}) {
+                           Table{Kind::Sequence, &qorvis::sim::sequenceControlTypes()},
+                           Table{Kind::System, &qorvis::cameras::systemControlTypes()},
+                           Table{Kind::Digitizer, &qorvis::cameras::digitizerControlTypes()}}) {
         SCOPED_TRACE(std::string(t.table->kindName()));
         EXPECT_GE(t.table->types().size(), 15u);
         EXPECT_LE(t.table->types().size(), 30u);

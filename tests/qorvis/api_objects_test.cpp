@@ -110,8 +110,10 @@ TEST_F(Objects, SystemDescriptorsAndNumbers) {
     s = 55;
     EXPECT_EQ(QsysAlloc(app, QOR_TEXT("Q_SYSTEM_GIGE_VISION"), 0, Q_DEFAULT, &s), 0);
     EXPECT_EQ(s, 55);
-    EXPECT_PENDING_ERROR("QsysAlloc", Q_ERR_INVALID_PARAMETER, "Invalid system descriptor.",
-                         "\"Q_SYSTEM_GIGE_VISION\" names no system; this library provides Q_SYSTEM_SIMULATED.");
+    EXPECT_PENDING_ERROR(
+        "QsysAlloc", Q_ERR_INVALID_PARAMETER, "Invalid system descriptor.",
+        "\"Q_SYSTEM_GIGE_VISION\" names no system; this library provides Q_SYSTEM_SIMULATED and "
+        "Q_SYSTEM_CAMERAS.");
     QsysAlloc(app, Q_SYSTEM_SIMULATED, 4, Q_DEFAULT, &s);
     EXPECT_PENDING_ERROR("QsysAlloc", Q_ERR_OUT_OF_RANGE, "Invalid system number.", "System number 4 is outside 0 to 3.");
     QsysAlloc(app + 1000, Q_SYSTEM_SIMULATED, 0, Q_DEFAULT, &s);

@@ -218,3 +218,22 @@ TEST(TransportLayer, StringTypesTravelAsTextBoundedByTheBuffer) {
     // Class 3: a setting never made reads as the default marker.
     EXPECT_EQ(readPort(*port, Q_DIG_TIMER_DELAY), Q_DEFAULT);
 }
+
+TEST(TransportLayer, NumbersReadIntoShortRegistersFillOnlyTheirLength) {
+    Library lib;
+    auto port = CreateTransportLayer(lib.dig, Q_DIGITIZER_OBJECT);
+    const int64_t timeout = 0x0A0B0C;
+    port->Write(&timeout, Q_DIG_GRAB_TIMEOUT, 4);
+    for (int64_t address : {int64_t{Q_DIG_GRAB_TIMEOUT}, Q_DIG_GRAB_TIMEOUT | kAvailabilityProbeBit,
+                            kGenericInquireBit}) {
+        SCOPED_TRACE(address);
+        uint8_t bytes[8];
+        std::memset(bytes, 0xEE, sizeof bytes);
+        port->Read(bytes, address, 4); // a 4-byte register
+        const int64_t whole = readPort(*port, address);
+        EXPECT_EQ(std::memcmp(bytes, &whole, 4), 0) << "the low bytes";
+        for (size_t i = 4; i < sizeof bytes; ++i)
+            EXPECT_EQ(bytes[i], 0xEE) << "past the register";
+    }
+    EXPECT_EQ(readPort(*port, Q_DIG_GRAB_TIMEOUT), timeout);
+}

@@ -200,4 +200,27 @@ struct INodeMap {
     virtual CLock& GetLock() const = 0;
 };
 
+// A description's version, or its schema's, as MajorVersion, MinorVersion
+// and SubMinorVersion of its RegisterDescription element give it.
+struct Version_t {
+    uint16_t Major = 0;
+    uint16_t Minor = 0;
+    uint16_t SubMinor = 0;
+};
+
+// What a description says of itself (the attributes of its RegisterDescription
+// element, empty or zero when absent); every node map implements it:
+// dynamic_cast<IDeviceInfo*>(nodeMap).
+struct IDeviceInfo {
+    virtual ~IDeviceInfo() = default;
+    virtual gcstring GetModelName() = 0;
+    virtual gcstring GetVendorName() = 0;
+    virtual gcstring GetToolTip() = 0;
+    virtual gcstring GetStandardNameSpace() = 0;
+    virtual void GetSchemaVersion(Version_t& version) = 0;
+    virtual void GetDeviceVersion(Version_t& version) = 0;
+    virtual gcstring GetProductGuid() = 0;
+    virtual gcstring GetVersionGuid() = 0;
+};
+
 } // namespace GenApi

@@ -18,13 +18,24 @@ namespace GenApi::detail {
 // The per-field steps must inline: a cached load is little else.
 #define GENAPI_ARCHIVE_INLINE inline __attribute__((always_inline))
 
-// The largest value an unscoped GenApi enumeration may hold.
-inline int64_t enumLimit(EAccessMode) { return _CycleDetectAccesMode; }
+// The largest value of an unscoped GenApi enumeration that a loaded node may
+// hold: the undefined value only where it is a node's default.
+inline int64_t enumLimit(EAccessMode) {
+    return RW;
+}
 inline int64_t enumLimit(ERepresentation) { return _UndefinedRepresentation; }
-inline int64_t enumLimit(EDisplayNotation) { return _UndefinedEDisplayNotation; }
-inline int64_t enumLimit(ESlope) { return _UndefinedESlope; }
-inline int64_t enumLimit(EEndianess) { return _UndefinedEndian; }
-inline int64_t enumLimit(ECachingMode) { return _UndefinedCachingMode; }
+inline int64_t enumLimit(EDisplayNotation) {
+    return fnScientific;
+}
+inline int64_t enumLimit(ESlope) {
+    return Automatic;
+}
+inline int64_t enumLimit(EEndianess) {
+    return LittleEndian;
+}
+inline int64_t enumLimit(ECachingMode) {
+    return WriteAround;
+}
 
 class Archive {
 public:
@@ -122,23 +133,24 @@ public:
         io(s.node);
         io(s.constant);
         io(s.present);
-    }
-    void io(Link& l) {
-        io(l.role);
-        io(l.node);
-        if (loading_ && !l.node) corrupt("link");
+        if (loading_ && s.node && !s.present) corrupt("number source");
     }
     template <class T>
     void io(std::vector<T>& v) {
         uint64_t n = v.size();
         io(n);
-        if (loading_) {
-            // Every element takes at least one byte: a larger count is damage.
-            if (n > remaining()) corrupt("vector length");
-            v.clear();
-            v.resize(static_cast<size_t>(n));
+        if (!loading_) {
+            for (auto& e : v)
+                io(e);
+            return;
         }
-        for (auto& e : v) io(e);
+        // Every element takes at least one byte: a larger count is damage.
+        // Elements are added as they are read, so that memory grows with the
+        // bytes actually there, not with the count.
+        if (n > remaining()) corrupt("vector length");
+        v.clear();
+        for (uint64_t i = 0; i < n; ++i)
+            io(v.emplace_back());
     }
     // Structures with a serialize(Archive&) member.
     template <class T>
@@ -163,6 +175,7 @@ private:
         }
     }
     void raw(void* p, size_t n) {
+        if (n == 0) return; // an empty vector's data() may be null, which memcpy must not get
         if (loading_) {
             if (n > remaining()) corrupt("truncated");
             std::memcpy(p, in_, n);

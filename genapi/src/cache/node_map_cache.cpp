@@ -23,7 +23,7 @@ namespace GenApi::detail {
 namespace {
 constexpr char kMagic[8] = {'Q', 'G', 'N', 'M', 'A', 'P', 'C', '1'};
 // Raised whenever the layout of any node's cached state changes.
-constexpr uint32_t kFormatVersion = 3;
+constexpr uint32_t kFormatVersion = 6;
 
 struct StoredLink {
     uint32_t role;
@@ -178,8 +178,11 @@ std::unique_ptr<NodeMap> NodeMapCache::load(const std::string& cacheFile, const 
     auto size = static_cast<size_t>(h.payloadSize);
     const char* bytes = static_cast<const char*>(mapped) + sizeof h;
     if (checksum(bytes, size) != h.payloadChecksum) return nullptr; // damaged
-    std::string_view payload(bytes, size);
+    return read(std::string_view(bytes, size), key, deviceName);
+}
 
+std::unique_ptr<NodeMap> NodeMapCache::read(std::string_view payload, const CacheKey& key,
+                                            const std::string& deviceName) {
     try {
         const auto* data = reinterpret_cast<const uint8_t*>(payload.data());
         std::vector<Node*> index;
@@ -196,6 +199,7 @@ std::unique_ptr<NodeMap> NodeMapCache::load(const std::string& cacheFile, const 
         Archive a(data + consumed, payload.size() - consumed, &index, map->arena_.size());
         a.io(map->modelName_);
         a.io(map->vendorName_);
+        a.io(map->descriptionAttributes_);
         a.io(map->extraPropertyNames_);
         a.block(map->records_);
         size_t names = kKnownPropertyCount + map->extraPropertyNames_.size();
@@ -207,7 +211,10 @@ std::unique_ptr<NodeMap> NodeMapCache::load(const std::string& cacheFile, const 
         }
         uint64_t nodeCount = 0;
         a.io(nodeCount);
-        if (nodeCount > a.remaining()) a.corrupt("node count");
+        // Each node's state takes more than this many bytes: a larger count
+        // is damage, and must not create nodes that no bytes describe.
+        constexpr uint64_t kLeastNodeBytes = 64;
+        if (nodeCount > a.remaining() / kLeastNodeBytes) a.corrupt("node count");
         map->nodes_.reserve(static_cast<size_t>(nodeCount));
         index.reserve(static_cast<size_t>(nodeCount));
         for (uint64_t i = 0; i < nodeCount; ++i) {
@@ -268,6 +275,7 @@ void NodeMapCache::store(const std::string& cacheFile, const CacheKey& key, Node
         a.io(map.arena_);
         a.io(map.modelName_);
         a.io(map.vendorName_);
+        a.io(map.descriptionAttributes_);
         a.io(map.extraPropertyNames_);
         a.block(map.records_);
         uint64_t nodeCount = index.size();

@@ -34,6 +34,10 @@ public:
     // to another version of the description, or is damaged.
     static std::unique_ptr<NodeMap> load(const std::string& cacheFile, const CacheKey& key,
                                          const std::string& deviceName);
+    // The node map a cache file's payload (what follows its header) holds, or
+    // nullptr when it is damaged or for another key. Any bytes are safe.
+    static std::unique_ptr<NodeMap> read(std::string_view payload, const CacheKey& key,
+                                         const std::string& deviceName);
     // Writes the cache file whole or not at all; failures are silent (the
     // cache only saves time).
     static void store(const std::string& cacheFile, const CacheKey& key, NodeMap& map);

@@ -1,5 +1,8 @@
 // What the node-map cache keeps of each node: its configured state, so that a
-// cached load needs neither the XML nor the property pass.
+// cached load needs neither the XML nor the property pass. Reading checks what
+// the loader guarantees of a configured node (references present, kinds and
+// enumeration values in range), so a damaged or forged cache file raises
+// instead of building a node that would fail at its first use.
 #include "cache/archive.h"
 #include "formula/node_variables.h"
 #include "node_map.h"
@@ -40,6 +43,14 @@ void Node::serialize(Archive& a) {
     a.io(deprecated_);
     a.io(streamable_);
     a.io(isFeature_);
+    if (!a.loading()) return;
+    // Plain bytes here: they become enumerations when read.
+    if (nameSpace_ > Standard || visibility_ > Invisible || imposedAccess_ > RW ||
+        cachable_ > WriteAround)
+        a.corrupt("node enumeration value");
+    if (hasExtras)
+        for (Node* n : extras_->selecting)
+            if (!n) a.corrupt("selecting node");
 }
 
 void NodeVariables::Var::serialize(Archive& a) {
@@ -48,13 +59,26 @@ void NodeVariables::Var::serialize(Archive& a) {
     a.io(kind);
     a.io(text);
     a.io(entryValue);
-    if (a.loading() && (kind == Field::Constant || kind == Field::Expression)) expression = std::make_shared<Formula>();
+    if (!a.loading()) return;
+    // A variable names a node (pVariable) or holds a text (Constant,
+    // Expression): no other kind, no other combination.
+    bool named = kind == Field::Constant || kind == Field::Expression;
+    if (kind == Field::Value ? !node : !named || node) a.corrupt("formula variable");
+    if (named) expression = std::make_shared<Formula>();
 }
 
 void NodeVariables::serialize(Archive& a) {
     a.io(vars_);
     a.io(to_);
 }
+
+namespace {
+// A formula node's variables and text as the loader leaves them: a formula,
+// and TO bound to the converted node (`to`) or, without one, to nothing.
+void checkFormula(Archive& a, const NodeVariables& vars, const std::string& text, const Node* to) {
+    if (a.loading() && (text.empty() || vars.boundTo() != to)) a.corrupt("formula");
+}
+} // namespace
 
 void RegisterCore::Index::serialize(Archive& a) {
     a.io(node);
@@ -67,6 +91,7 @@ void RegisterCore::Knife::serialize(Archive& a) {
     if (a.loading()) vars = std::make_unique<NodeVariables>(FormulaMode::Integer);
     vars->serialize(a);
     a.io(text);
+    checkFormula(a, *vars, text, nullptr);
 }
 
 void RegisterCore::serialize(Archive& a) {
@@ -81,6 +106,9 @@ void RegisterCore::serialize(Archive& a) {
     if (a.loading()) {
         for (Node* n : addressNodes_)
             if (!n) a.corrupt("pAddress");
+        if (accessMode_ != RO && accessMode_ != WO && accessMode_ != RW)
+            a.corrupt("register AccessMode");
+        if (!length_.present) a.corrupt("register without Length");
         owner_.map().addRegister(&owner_);
     }
 }
@@ -115,6 +143,8 @@ void IntegerNode::serialize(Archive& a) {
         for (Node* n : copies_)
             if (!n) a.corrupt("pValueCopy");
         if (!value_.present && !index_) a.corrupt("Integer without value");
+        if (index_ && !default_.present && indexed_.empty())
+            a.corrupt("Integer with pIndex without values");
     }
 }
 
@@ -140,6 +170,7 @@ void IntSwissKnifeNode::serialize(Archive& a) {
     a.io(text_);
     a.io(unit_);
     a.io(representation_);
+    checkFormula(a, vars_, text_, nullptr);
 }
 
 void IntConverterNode::serialize(Archive& a) {
@@ -152,6 +183,8 @@ void IntConverterNode::serialize(Archive& a) {
     a.io(slope_);
     a.io(representation_);
     if (a.loading() && !value_) a.corrupt("IntConverter without pValue");
+    checkFormula(a, vars_, toText_, value_);
+    checkFormula(a, vars_, fromText_, value_);
 }
 
 void FloatBase::serialize(Archive& a) {
@@ -195,6 +228,7 @@ void SwissKnifeNode::serialize(Archive& a) {
     FloatBase::serialize(a);
     vars_.serialize(a);
     a.io(text_);
+    checkFormula(a, vars_, text_, nullptr);
 }
 
 void ConverterNode::serialize(Archive& a) {
@@ -205,6 +239,8 @@ void ConverterNode::serialize(Archive& a) {
     a.io(fromText_);
     a.io(slope_);
     if (a.loading() && !value_) a.corrupt("Converter without pValue");
+    checkFormula(a, vars_, toText_, value_);
+    checkFormula(a, vars_, fromText_, value_);
 }
 
 void BooleanNode::serialize(Archive& a) {
@@ -212,12 +248,14 @@ void BooleanNode::serialize(Archive& a) {
     a.io(value_);
     a.io(on_);
     a.io(off_);
+    if (a.loading() && (!value_.present || on_ == off_)) a.corrupt("Boolean");
 }
 
 void CommandNode::serialize(Archive& a) {
     Node::serialize(a);
     a.io(value_);
     a.io(command_);
+    if (a.loading() && (!value_.present || !command_.present)) a.corrupt("Command");
 }
 
 void EnumEntryNode::serialize(Archive& a) {
@@ -228,15 +266,17 @@ void EnumEntryNode::serialize(Archive& a) {
     a.io(hasNumeric_);
     a.io(hasValue_);
     a.io(selfClearing_);
+    if (a.loading() && !hasValue_) a.corrupt("EnumEntry without Value");
 }
 
 void EnumerationNode::serialize(Archive& a) {
     Node::serialize(a);
     a.io(value_);
     a.io(entries_);
-    if (a.loading())
-        for (EnumEntryNode* e : entries_)
-            if (!e) a.corrupt("enumeration entry");
+    if (!a.loading()) return;
+    if (!value_.present) a.corrupt("Enumeration without value");
+    for (EnumEntryNode* e : entries_)
+        if (!e) a.corrupt("enumeration entry");
 }
 
 void StringNode::serialize(Archive& a) {
@@ -260,14 +300,14 @@ void IntKeyNode::serialize(Archive& a) {
     Node::serialize(a);
     a.io(rom_);
     a.io(key_);
-    if (a.loading() && !rom_) a.corrupt("IntKey without p1212Parser");
+    if (a.loading() && (!rom_ || key_ < 0 || key_ > 255)) a.corrupt("IntKey");
 }
 
 void TextDescNode::serialize(Archive& a) {
     Node::serialize(a);
     a.io(rom_);
     a.io(key_);
-    if (a.loading() && !rom_) a.corrupt("TextDesc without p1212Parser");
+    if (a.loading() && (!rom_ || key_ < 0 || key_ > 255)) a.corrupt("TextDesc");
 }
 
 void PortNode::serialize(Archive& a) {

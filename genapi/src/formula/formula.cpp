@@ -16,7 +16,8 @@
 //   - TRUNC, FLOOR, CEIL and ROUND(x) give int64; ROUND(x, n) gives double;
 //   - the result of the whole formula is truncated toward zero to int64.
 //
-// Integer arithmetic wraps modulo 2^64 instead of overflowing. Doubles used
+// Integer arithmetic wraps modulo 2^64 instead of overflowing (an exact
+// evaluation reports instead whether any step wrapped). Doubles used
 // as operands of bit operations, shifts and % are truncated toward zero and
 // wrapped modulo 2^64 (NaN and infinity raise). A negative shift count shifts
 // the other way; counts of 64 or more leave 0 (or -1 for >> of a negative).
@@ -301,11 +302,15 @@ int64_t shiftLeft(int64_t a, int64_t c) {
 int64_t shiftRight(int64_t a, int64_t c) {
     return c >= 0 ? shiftRightBy(a, static_cast<uint64_t>(c)) : shiftLeftBy(a, magnitude(c));
 }
+// Whether shifting `a` left by `n` loses bits that an exact result would keep.
+bool shiftLeftWraps(int64_t a, uint64_t n) {
+    return n >= 64 ? a != 0 : shiftRightBy(shiftLeftBy(a, n), n) != a;
+}
 
 // Integer power. A negative exponent gives the real power truncated toward
 // zero, keeping the result an integer: 0 unless the base is 1 or -1, and a
 // division by zero for base 0.
-bool powInt(int64_t base, int64_t exponent, int64_t& out) {
+bool powInt(int64_t base, int64_t exponent, int64_t& out, bool& wrapped) {
     if (exponent < 0) {
         if (base == 0) return false;
         if (base == 1)
@@ -316,13 +321,15 @@ bool powInt(int64_t base, int64_t exponent, int64_t& out) {
             out = 0;
         return true;
     }
-    uint64_t result = 1;
-    uint64_t b = static_cast<uint64_t>(base);
-    for (uint64_t e = static_cast<uint64_t>(exponent); e != 0; e >>= 1) {
-        if (e & 1) result *= b;
-        b *= b;
+    // The builtins leave the product modulo 2^64 and tell whether it wrapped.
+    int64_t result = 1;
+    int64_t b = base;
+    for (uint64_t e = static_cast<uint64_t>(exponent); e != 0;) {
+        if (e & 1) wrapped |= __builtin_mul_overflow(result, b, &result);
+        e >>= 1;
+        if (e != 0) wrapped |= __builtin_mul_overflow(b, b, &b);
     }
-    out = static_cast<int64_t>(result);
+    out = result;
     return true;
 }
 
@@ -351,7 +358,14 @@ double roundDigits(double x, double n) {
 // ---------------------------------------------------------------------------
 // Interpreter
 
-template <int N> Value execute(const Instr* code, FormulaVariables* vars, const std::string& text) {
+// `Exact`: integer steps note in `wrapped` whether they wrapped around, and a
+// double result that does not fit int64 sets it instead of raising.
+template <int N, bool Exact = false>
+Value execute(const Instr* code, FormulaVariables* vars, const std::string& text,
+              bool* wrapped = nullptr) {
+    // Plain evaluation ignores what the helpers note.
+    bool ignored = false;
+    bool& wrap = Exact ? *wrapped : ignored;
     Value stack[N];
     Value* sp = stack; // next free entry; sp[-1] is the top
     const Instr* ip = code;
@@ -388,27 +402,40 @@ template <int N> Value execute(const Instr* code, FormulaVariables* vars, const 
         }
         case Op::F2IC: {
             int64_t r = 0;
-            if (!checkedToInt(sp[-1].f, r)) raiseConversion(text, sp[-1].f);
+            if (!checkedToInt(sp[-1].f, r)) {
+                if (!Exact) raiseConversion(text, sp[-1].f);
+                wrap = true;
+            }
             sp[-1].i = r;
             break;
         }
         case Op::AddI:
             --sp;
-            sp[-1].i = wrapAdd(sp[-1].i, sp->i);
+            if (Exact)
+                wrap |= __builtin_add_overflow(sp[-1].i, sp->i, &sp[-1].i);
+            else
+                sp[-1].i = wrapAdd(sp[-1].i, sp->i);
             break;
         case Op::SubI:
             --sp;
-            sp[-1].i = wrapSub(sp[-1].i, sp->i);
+            if (Exact)
+                wrap |= __builtin_sub_overflow(sp[-1].i, sp->i, &sp[-1].i);
+            else
+                sp[-1].i = wrapSub(sp[-1].i, sp->i);
             break;
         case Op::MulI:
             --sp;
-            sp[-1].i = wrapMul(sp[-1].i, sp->i);
+            if (Exact)
+                wrap |= __builtin_mul_overflow(sp[-1].i, sp->i, &sp[-1].i);
+            else
+                sp[-1].i = wrapMul(sp[-1].i, sp->i);
             break;
         case Op::DivI: {
             --sp;
             const int64_t b = sp->i;
             if (b == 0) raiseRuntime(text, "Division by zero");
             // INT64_MIN / -1 wraps like the other operators.
+            if (b == -1) wrap |= sp[-1].i == INT64_MIN;
             sp[-1].i = b == -1 ? wrapNeg(sp[-1].i) : sp[-1].i / b;
             break;
         }
@@ -422,14 +449,16 @@ template <int N> Value execute(const Instr* code, FormulaVariables* vars, const 
         case Op::PowI: {
             --sp;
             int64_t r = 0;
-            if (!powInt(sp[-1].i, sp->i, r)) raiseRuntime(text, "Division by zero");
+            if (!powInt(sp[-1].i, sp->i, r, wrap)) raiseRuntime(text, "Division by zero");
             sp[-1].i = r;
             break;
         }
         case Op::NegI:
+            wrap |= sp[-1].i == INT64_MIN;
             sp[-1].i = wrapNeg(sp[-1].i);
             break;
         case Op::AbsI:
+            wrap |= sp[-1].i == INT64_MIN;
             if (sp[-1].i < 0) sp[-1].i = wrapNeg(sp[-1].i);
             break;
         case Op::SgnI:
@@ -479,10 +508,12 @@ template <int N> Value execute(const Instr* code, FormulaVariables* vars, const 
             break;
         case Op::Shl:
             --sp;
+            if (Exact && sp->i > 0) wrap |= shiftLeftWraps(sp[-1].i, static_cast<uint64_t>(sp->i));
             sp[-1].i = shiftLeft(sp[-1].i, sp->i);
             break;
         case Op::Shr:
             --sp;
+            if (Exact && sp->i < 0) wrap |= shiftLeftWraps(sp[-1].i, magnitude(sp->i));
             sp[-1].i = shiftRight(sp[-1].i, sp->i);
             break;
         case Op::BitNot:
@@ -1406,6 +1437,11 @@ struct Formula::Program {
         return stackNeeded <= kSmallStack ? execute<kSmallStack>(code.data(), &vars, text)
                                           : execute<kMaxStack>(code.data(), &vars, text);
     }
+    Value runExact(FormulaVariables& vars, bool& wrapped) const {
+        return stackNeeded <= kSmallStack
+                   ? execute<kSmallStack, true>(code.data(), &vars, text, &wrapped)
+                   : execute<kMaxStack, true>(code.data(), &vars, text, &wrapped);
+    }
 };
 
 Formula Formula::compile(std::string_view text, FormulaMode mode, const FormulaVariables& vars) {
@@ -1429,6 +1465,16 @@ int64_t Formula::evaluateInt(FormulaVariables& vars) const {
     if (program_->mode == FormulaMode::Integer) return v.i;
     int64_t r = 0;
     if (!checkedToInt(v.f, r)) raiseConversion(program_->text, v.f);
+    return r;
+}
+
+std::optional<int64_t> Formula::evaluateIntExact(FormulaVariables& vars) const {
+    if (!program_) throw LOGICAL_ERROR_EXCEPTION("An empty formula cannot be evaluated");
+    bool wrapped = false;
+    const Value v = program_->runExact(vars, wrapped);
+    int64_t r = v.i;
+    if (program_->mode == FormulaMode::Float && !checkedToInt(v.f, r)) return std::nullopt;
+    if (wrapped) return std::nullopt;
     return r;
 }
 

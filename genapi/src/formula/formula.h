@@ -5,6 +5,7 @@
 
 #include <cstdint>
 #include <memory>
+#include <optional>
 #include <string>
 #include <string_view>
 
@@ -40,6 +41,9 @@ public:
     Formula& operator=(Formula&&) noexcept;
 
     int64_t evaluateInt(FormulaVariables& vars) const;
+    // The exact integer result, or nothing when an integer step wrapped around
+    // modulo 2^64 or a double result does not fit int64.
+    std::optional<int64_t> evaluateIntExact(FormulaVariables& vars) const;
     double evaluateFloat(FormulaVariables& vars) const;
 
     const std::string& text() const;

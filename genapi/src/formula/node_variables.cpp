@@ -26,13 +26,6 @@ bool NodeVariables::take(Loader& loader, Node& owner, const PropertyRecord& reco
     return true;
 }
 
-void NodeVariables::addNode(std::string name, Node* node) {
-    Var v;
-    v.name = std::move(name);
-    v.node = node;
-    vars_.push_back(std::move(v));
-}
-
 const NodeVariables::Var* NodeVariables::findVar(std::string_view name) const {
     for (const Var& v : vars_)
         if (v.name == name) return &v;
@@ -137,7 +130,8 @@ T NodeVariables::evaluateExpression(Var& v) {
     else return f.evaluateFloat(*this);
 }
 
-const Formula& NodeVariables::compiled(Formula& cache, const std::string& text, std::string_view owner) {
+const Formula& NodeVariables::compiled(Formula& cache, const std::string& text,
+                                       std::string_view owner, FormulaMode mode) {
     if (!cache.empty()) return cache;
     if (compiling_ > 16)
         throw LOGICAL_ERROR_EXCEPTION("Formula of '%.*s': expressions refer to each other in a cycle",
@@ -148,7 +142,7 @@ const Formula& NodeVariables::compiled(Formula& cache, const std::string& text, 
             v.expression = std::make_shared<Formula>();
     ++compiling_;
     try {
-        cache = Formula::compile(text, mode_, *this);
+        cache = Formula::compile(text, mode, *this);
     } catch (const GenICam::GenericException& e) {
         --compiling_;
         // Name the node: the formula alone does not say where to look.

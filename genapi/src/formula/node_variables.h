@@ -24,10 +24,10 @@ public:
 
     // Takes a pVariable, Constant or Expression record; false for others.
     bool take(Loader& loader, Node& owner, const PropertyRecord& record, std::string_view value);
-    void addNode(std::string name, Node* node);
     // A converter's names: TO is the device-side value (its pValue, read when
     // FormulaFrom needs it), FROM the feature-side value being written.
     void bindTo(Node* node) { to_ = node; }
+    Node* boundTo() const { return to_; }
     void setFrom(double from) {
         fromFloat_ = from;
         fromInt_ = std::isfinite(from) && std::fabs(from) < 9.2e18 ? static_cast<int64_t>(from) : 0;
@@ -57,7 +57,12 @@ public:
     double floatValue(int slot) override;
 
     // Compiles on first use; a bad formula raises then, naming `owner`.
-    const Formula& compiled(Formula& cache, const std::string& text, std::string_view owner);
+    const Formula& compiled(Formula& cache, const std::string& text, std::string_view owner) {
+        return compiled(cache, text, owner, mode_);
+    }
+    // The same in another arithmetic (an integer formula over doubles).
+    const Formula& compiled(Formula& cache, const std::string& text, std::string_view owner,
+                            FormulaMode mode);
 
 private:
     enum class Field : uint8_t { Value, Min, Max, Inc, Constant, Expression, From, To, Entry };

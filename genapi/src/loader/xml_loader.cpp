@@ -228,6 +228,12 @@ void Loader::load(std::string_view xmlText) {
                                 source_.c_str(), root.name());
     map_.modelName_ = root.attribute("ModelName").value();
     map_.vendorName_ = root.attribute("VendorName").value();
+    for (pugi::xml_attribute a : root.attributes())
+        if (std::string_view(a.name()).find(':') == std::string_view::npos &&
+            std::string_view(a.name()) != "xmlns") {
+            map_.descriptionAttributes_.emplace_back(a.name());
+            map_.descriptionAttributes_.emplace_back(a.value());
+        }
 
     map_.arena_.reserve(xml.size() / 2);
     map_.records_.reserve(xml.size() / 48);
@@ -258,6 +264,11 @@ void Loader::finish() {
         for (uint32_t i = 0; i < n->recordCount_; ++i) {
             const PropertyRecord& r = records[i];
             if (r.level != 0) continue;
+            // An element without text or nested elements (<Streamable/>, as
+            // older descriptions write) leaves the property at its default;
+            // GetProperty still lists it.
+            bool nestedFollow = i + 1 < n->recordCount_ && records[i + 1].level == 1;
+            if (r.value.len == 0 && !nestedFollow) continue;
             auto prop = r.name < kKnownPropertyCount ? static_cast<Prop>(r.name) : Prop::Count;
             // Unknown properties stay readable through GetProperty.
             if (prop != Prop::Count) n->applyProperty(*this, prop, map_.text(r.value), r, n->firstRecord_ + i);

@@ -33,6 +33,17 @@ void checkLength(int64_t n, std::string_view name) {
 }
 } // namespace
 
+// A 4-byte register holds no value beyond the float range: its limits say so,
+// so that a range built from them is one the register accepts.
+double FloatRegNode::naturalMax() {
+    Busy busy(*this);
+    return reg_.length() == 4 ? static_cast<double>(FLT_MAX) : FloatBase::naturalMax();
+}
+
+double FloatRegNode::naturalMin() {
+    return -naturalMax();
+}
+
 double FloatRegNode::getFloat(bool, bool ignoreCache) {
     Busy busy(*this);
     int64_t n = reg_.length();

@@ -1,6 +1,7 @@
 // IntConverter: an integer that maps to and from another node through two
 // formulas (FormulaFrom reads, FormulaTo writes).
 #include <algorithm>
+#include <cmath>
 
 #include "loader/loader.h"
 #include "node_map.h"
@@ -53,29 +54,43 @@ void IntConverterNode::setInt(int64_t value, bool verify) {
     value_->setInt(device, verify);
 }
 
-int64_t IntConverterNode::convertFrom(int64_t deviceValue) {
+// FormulaFrom at one end of pValue's range. The limits are the image of that
+// range, and a monotone conversion maps its ends to the ends of the image; but
+// integer formulas wrap modulo 2^64, so TO*2 over an unbounded pValue would
+// give -2..0. Hence: integer arithmetic while it is exact (every result the
+// formula gives inside int64 stays as it is), and where a step wraps, the
+// same formula over doubles, clamped to int64: the saturated end of the image,
+// exact in sign and to 53 bits in magnitude. A NaN image is no bound at all:
+// `unbounded` is INT64_MIN for the lower end and INT64_MAX for the upper.
+int64_t IntConverterNode::convertFrom(int64_t deviceValue, int64_t unbounded) {
     vars_.overrideTo(deviceValue);
     struct Clear {
         NodeVariables& v;
         ~Clear() { v.clearOverride(); }
     } clear{vars_};
-    return vars_.compiled(from_, fromText_, name()).evaluateInt(vars_);
+    if (auto exact = vars_.compiled(from_, fromText_, name()).evaluateIntExact(vars_))
+        return *exact;
+    double d = vars_.compiled(fromOverDoubles_, fromText_, name(), FormulaMode::Float)
+                   .evaluateFloat(vars_);
+    if (std::isnan(d)) return unbounded;
+    if (d >= 9.2233720368547758e18) return INT64_MAX;
+    if (d <= -9.2233720368547758e18) return INT64_MIN;
+    return static_cast<int64_t>(d); // truncated toward zero, as integer formulas end
 }
 
-// The limits are the pValue's limits seen through FormulaFrom.
 int64_t IntConverterNode::naturalMin() {
     Busy busy(*this);
-    int64_t a = convertFrom(value_->intMin());
+    int64_t a = convertFrom(value_->intMin(), INT64_MIN);
     if (slope_ == Increasing) return a;
-    int64_t b = convertFrom(value_->intMax());
+    int64_t b = convertFrom(value_->intMax(), INT64_MIN);
     return slope_ == Decreasing ? b : std::min(a, b);
 }
 
 int64_t IntConverterNode::naturalMax() {
     Busy busy(*this);
-    int64_t b = convertFrom(value_->intMax());
+    int64_t b = convertFrom(value_->intMax(), INT64_MAX);
     if (slope_ == Increasing) return b;
-    int64_t a = convertFrom(value_->intMin());
+    int64_t a = convertFrom(value_->intMin(), INT64_MAX);
     return slope_ == Decreasing ? a : std::max(a, b);
 }
 

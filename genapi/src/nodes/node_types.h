@@ -298,11 +298,11 @@ protected:
     int64_t naturalMax() override;
 
 private:
-    int64_t convertFrom(int64_t deviceValue);
+    int64_t convertFrom(int64_t deviceValue, int64_t unbounded);
     NodeVariables vars_;
     Node* value_ = nullptr;
     std::string toText_, fromText_;
-    Formula to_, from_;
+    Formula to_, from_, fromOverDoubles_;
     TextRef unit_{};
     ESlope slope_ = Automatic;
     ERepresentation representation_ = _UndefinedRepresentation;
@@ -405,6 +405,8 @@ public:
 
 protected:
     EAccessMode baseAccess() override { return reg_.access(); }
+    double naturalMin() override;
+    double naturalMax() override;
 
 private:
     RegisterCore reg_;
