@@ -10,8 +10,12 @@
 #include <QApplication>
 #include <QCheckBox>
 #include <QEventLoop>
+#include <QKeyEvent>
+#include <QLineEdit>
+#include <QListView>
 #include <QTimer>
 
+#include <algorithm>
 #include <chrono>
 #include <cstdlib>
 #include <filesystem>
@@ -22,6 +26,8 @@
 #include "GenApi/GenApi.h"
 #include "browser/tessel_window.h"
 #include "controls/column_tree_widget.h"
+#include "description_generator.h"
+#include "inspect/find_window.h"
 #include "sim/sim_camera.h"
 
 using namespace quillon::browser;
@@ -109,6 +115,119 @@ BENCHMARK(BM_WindowOpenToFirstPaint)
     ->Name("BM_WindowOpenToFirstPaint/again")
     ->UseManualTime()
     ->Unit(benchmark::kMillisecond);
+
+// ---- 100k features: a generated description (description_generator.h)
+// whose categories list 100,000 features.
+
+struct GeneratedDevice {
+    GenApi::CMemoryPort port;
+    GenApi::CNodeMapRef map;
+    size_t features = 0;
+    GeneratedDevice() {
+        const auto d = quillon_bench::GenerateDescriptionWithFeatures(100000);
+        features = d.features;
+        map._LoadXMLFromString(GenICam::gcstring(d.xml));
+        map._Connect(&port);
+    }
+};
+
+GeneratedDevice& Generated100k() {
+    static GeneratedDevice device;
+    return device;
+}
+
+// From constructing the window on 100k features to the tree's first paint.
+void BM_WindowOpenToFirstPaint100k(benchmark::State& state) {
+    GeneratedDevice& device = Generated100k();
+    size_t rows = 0;
+    for (auto _ : state) {
+        MemorySettingsStore store;
+        PaintCounter counter;
+        const auto start = Clock::now();
+        CTessel window(SetupFor(device.map._Ptr()), &store);
+        window.tree().viewport()->installEventFilter(&counter);
+        window.show();
+        while (counter.paints == 0)
+            QApplication::processEvents();
+        state.SetIterationTime(std::chrono::duration<double>(Clock::now() - start).count());
+        rows = window.session().model().featureRows().size() +
+               window.session().model().categoryRows().size();
+    }
+    state.counters["features"] = static_cast<double>(device.features);
+    state.counters["rows"] = static_cast<double>(rows);
+}
+BENCHMARK(BM_WindowOpenToFirstPaint100k)
+    ->Iterations(3)
+    ->UseManualTime()
+    ->Unit(benchmark::kMillisecond);
+
+// From constructing the window on 100k features until its tree is complete,
+// the event loop running meanwhile; "longest_turn" is the longest the loop
+// was kept from other events (keys, paints) by one slice of the build.
+void BM_WindowTreeComplete100k(benchmark::State& state) {
+    GeneratedDevice& device = Generated100k();
+    double longest = 0;
+    for (auto _ : state) {
+        MemorySettingsStore store;
+        const auto start = Clock::now();
+        CTessel window(SetupFor(device.map._Ptr()), &store);
+        window.show();
+        while (window.session().model().building()) {
+            const auto turn = Clock::now();
+            QApplication::processEvents(QEventLoop::AllEvents);
+            longest = std::max(longest, std::chrono::duration<double>(Clock::now() - turn).count());
+        }
+        state.SetIterationTime(std::chrono::duration<double>(Clock::now() - start).count());
+    }
+    state.counters["longest_turn_ms"] = longest * 1000;
+}
+BENCHMARK(BM_WindowTreeComplete100k)->Iterations(3)->UseManualTime()->Unit(benchmark::kMillisecond);
+
+void SendKey(QWidget& target, int key, const QString& text) {
+    QKeyEvent press(QEvent::KeyPress, key, Qt::NoModifier, text);
+    QApplication::sendEvent(&target, &press);
+    QKeyEvent release(QEvent::KeyRelease, key, Qt::NoModifier, text);
+    QApplication::sendEvent(&target, &release);
+}
+
+// One keystroke in the find window over the names of 100k features: from the
+// key to the list's repaint. The query grows "g", "ga", "gai", "gain" and is
+// erased again between rounds (not timed); each letter is one iteration.
+void BM_FindKeystroke100k(benchmark::State& state) {
+    GeneratedDevice& device = Generated100k();
+    MemorySettingsStore store;
+    CTessel window(SetupFor(device.map._Ptr()), &store);
+    window.show();
+    window.session().FinishBuild();
+    window.ShowFindDialog();
+    quillon::inspect::FindWindow& find = window.findWindow();
+    QApplication::processEvents();
+    PaintCounter counter;
+    find.nameList().viewport()->installEventFilter(&counter);
+    const QString word = QStringLiteral("gain");
+    int typed = 0;
+    double longest = 0;
+    for (auto _ : state) {
+        if (typed == word.size()) {
+            find.queryEdit().selectAll();
+            SendKey(find.queryEdit(), Qt::Key_Backspace, QString());
+            QApplication::processEvents();
+            typed = 0;
+        }
+        const QChar letter = word[typed++];
+        counter.paints = 0;
+        const auto start = Clock::now();
+        SendKey(find.queryEdit(), letter.toUpper().unicode(), QString(letter));
+        while (counter.paints == 0)
+            QApplication::processEvents();
+        const double seconds = std::chrono::duration<double>(Clock::now() - start).count();
+        longest = std::max(longest, seconds);
+        state.SetIterationTime(seconds);
+    }
+    state.counters["slowest_ms"] = longest * 1000;
+    state.counters["names"] = static_cast<double>(find.shown().size());
+}
+BENCHMARK(BM_FindKeystroke100k)->Iterations(12)->UseManualTime()->Unit(benchmark::kMillisecond);
 
 double ProcessCpuSeconds() {
     rusage usage{};

@@ -6,6 +6,13 @@
 
 namespace quillon::browser {
 
+namespace {
+// The first slice fills the first paint; later ones leave room for a
+// keystroke's handling within one frame.
+constexpr auto kFirstSlice = std::chrono::milliseconds(40);
+constexpr auto kSlice = std::chrono::milliseconds(8);
+} // namespace
+
 ErrorPrintingOff::ErrorPrintingOff() {
     QOR_INT printing = Q_PRINT_ENABLE;
     QappInquire(Q_DEFAULT_APPLICATION, Q_ERROR_PRINT, &printing);
@@ -59,12 +66,11 @@ void BrowserSession::Initialise(BrowserView& view) {
     view.FillLevelCombo(userLevel_);
     SetBusy(false);
     view.HideEditors();
-    try {
+    {
         std::lock_guard guard(lock_);
-        model_.Build(setup_.entries, userLevel_);
-    } catch (const GenICam::GenericException& e) {
-        view.ShowError(ErrorBoxText(e));
+        model_.StartBuild(setup_.entries, userLevel_);
     }
+    const bool built = BuildFor(kFirstSlice);
     ShowAccessFailure();
     view.UpdateControls();
     defaultTitle_ = computed;
@@ -72,6 +78,7 @@ void BrowserSession::Initialise(BrowserView& view) {
     view.SetTitle(title_);
     view.HideFindDialog();
     view.SetToolTips();
+    if (!built) ScheduleRest();
     // Last: a stored level rebuilds the tree that was just built.
     LoadSettings(store_, setup_.separateSettings, view);
     // A box that shows checked polls.
@@ -80,17 +87,52 @@ void BrowserSession::Initialise(BrowserView& view) {
             p->Start();
 }
 
+bool BrowserSession::BuildFor(std::chrono::steady_clock::duration slice) {
+    try {
+        std::lock_guard guard(lock_);
+        return model_.ContinueBuild(slice == std::chrono::steady_clock::duration::max()
+                                        ? std::chrono::steady_clock::time_point::max()
+                                        : std::chrono::steady_clock::now() + slice);
+    } catch (const GenICam::GenericException& e) {
+        if (view_) view_->ShowError(ErrorBoxText(e));
+        return true;
+    }
+}
+
+void BrowserSession::ScheduleRest() {
+    if (!view_ || !view_->ScheduleBuildSlice()) FinishBuild();
+}
+
+void BrowserSession::ContinueBuild() {
+    if (!model_.building()) return;
+    ErrorPrintingOff printingOff;
+    const bool built = BuildFor(kSlice);
+    ShowAccessFailure();
+    if (!built) {
+        ScheduleRest();
+        return;
+    }
+    if (view_) view_->UpdateControls();
+}
+
+void BrowserSession::FinishBuild() {
+    if (!model_.building()) return;
+    ErrorPrintingOff printingOff;
+    BuildFor(std::chrono::steady_clock::duration::max());
+    ShowAccessFailure();
+    if (view_) view_->UpdateControls();
+}
+
 void BrowserSession::Rebuild(int level) {
     ErrorPrintingOff printingOff;
+    bool built = true;
     SetBusy(true);
     if (view_) view_->HideEditors();
     {
         std::lock_guard guard(lock_);
-        try {
-            model_.Rebuild(setup_.entries, level);
-        } catch (const GenICam::GenericException& e) {
-            if (view_) view_->ShowError(ErrorBoxText(e));
-        }
+        model_.Clear();
+        model_.StartBuild(setup_.entries, level);
+        built = BuildFor(kFirstSlice);
         userLevel_ = level;
         // Only running polling restarts: Start collects the polled nodes anew.
         for (GenICamPollingNodes* polling : polling_)
@@ -100,6 +142,7 @@ void BrowserSession::Rebuild(int level) {
     model_.RewriteAll();
     ShowAccessFailure();
     if (view_) view_->UpdateControls();
+    if (!built) ScheduleRest();
 }
 
 void BrowserSession::Tick() {

@@ -3,6 +3,7 @@
 // and destroy. The GUI implements BrowserView and forwards its events here.
 #pragma once
 
+#include <chrono>
 #include <cstdint>
 #include <mutex>
 #include <string>
@@ -56,6 +57,10 @@ public:
     virtual void HideFindDialog() = 0;
     // The values saved on close and destroy.
     virtual BrowserSettings CurrentSettings() const = 0;
+    // Asks for BrowserSession::ContinueBuild to be called once pending
+    // events (paints, keys) are handled; false when the view cannot, and the
+    // session then builds the rest of the tree at once.
+    virtual bool ScheduleBuildSlice() { return false; }
 };
 
 // The keys the dialog looks at; everything else is Key::Other.
@@ -98,6 +103,12 @@ public:
     // GenICam failures of the title or the tree go to the error box.
     void Initialise(BrowserView& view);
 
+    // The tree of a large map is built in slices of time (the first longer,
+    // so that the first paint has rows to show); between them the view
+    // handles its events. ContinueBuild adds one slice, FinishBuild the rest.
+    void ContinueBuild();
+    void FinishBuild();
+
     // A new selection of the level combo: rebuilds the tree at `level`.
     void ChangeLevel(int level);
     // The refresh command: rebuilds at the current level.
@@ -135,6 +146,11 @@ public:
     ChangedNodeSet& changes() { return changes_; }
 
 private:
+    // Adds rows until `slice` has passed; true when the tree is complete. A
+    // GenICam failure goes to the error box and ends the build.
+    bool BuildFor(std::chrono::steady_clock::duration slice);
+    // After a first slice: the rest later, or at once when the view cannot.
+    void ScheduleRest();
     void Rebuild(int level);
     void SetBusy(bool busy);
     // A device that failed while rows were written (a row shows "Error")

@@ -478,6 +478,12 @@ void CTessel::ShowFindDialog() {
     findWindow_->activateWindow();
 }
 
+bool CTessel::ScheduleBuildSlice() {
+    // A zero timer runs once the events already queued (paints, keys) are handled.
+    QTimer::singleShot(0, this, [this] { session_->ContinueBuild(); });
+    return true;
+}
+
 void CTessel::HideFindDialog() {
     if (findWindow_) findWindow_->hide();
 }

@@ -146,6 +146,7 @@ public:
     void ShowFindDialog() override;
     void HideFindDialog() override;
     BrowserSettings CurrentSettings() const override;
+    bool ScheduleBuildSlice() override;
     void MoveWindow(int32_t x, int32_t y, int32_t width, int32_t height) override;
     void ResizeWindow(int32_t width, int32_t height) override;
     int32_t TreeClientWidth() const override;

@@ -2,6 +2,7 @@
 // and under which parent, and the node callbacks tied to the feature rows.
 #pragma once
 
+#include <chrono>
 #include <deque>
 #include <optional>
 #include <unordered_map>
@@ -35,6 +36,15 @@ public:
     // Builds rows for `entries` at `userLevel` below what the tree holds and
     // writes every row's text. Clears nothing; GenICam exceptions propagate.
     void Build(const std::vector<NodeMapEntry>& entries, int userLevel);
+    // The same build in slices, so that a window stays responsive over a
+    // large map: StartBuild, then ContinueBuild until it answers true (each
+    // call adds rows until `until` has passed). The rows, their order and
+    // the tree end up as Build leaves them. A GenICam exception ends the
+    // build with the rows made so far.
+    void StartBuild(const std::vector<NodeMapEntry>& entries, int userLevel);
+    bool ContinueBuild(std::chrono::steady_clock::time_point until);
+    // Rows remain to be added.
+    bool building() const;
     // Deregisters every feature row's callback, deletes all items, empties the lists.
     void Clear();
     // Clear, then Build at another level.
@@ -60,8 +70,22 @@ public:
     void OnNodeChanged(GenApi::INode* node);
 
 private:
-    void PopulateCategory(GenApi::ICategory* category, TreeItem parent, const NodeMapContext& context,
-                          std::optional<size_t> selectorIndex);
+    // A category's (or a selector's) members still to be added, as a
+    // recursive walk would hold them on its stack.
+    struct Pending {
+        std::vector<GenApi::INode*> members;
+        size_t next = 0;
+        TreeItem parent = kTopLevel;
+        const NodeMapContext* context = nullptr; // in entries_
+        std::optional<size_t> selectorIndex;     // members are this selector's selected features
+        bool mapCategories = false;              // members are all nodes; categories go to the top level
+        bool expandTopLevel = false;             // the entry's root: open the top level when done
+    };
+    void StartEntry(const NodeMapEntry& entry);
+    void PushMembers(GenApi::ICategory* category, TreeItem parent, const NodeMapContext& context,
+                     std::optional<size_t> selectorIndex);
+    void AddMember(GenApi::INode* node, TreeItem parent, const NodeMapContext& context,
+                   std::optional<size_t> selectorIndex);
     void AddCategory(GenApi::INode* node, TreeItem parent, const NodeMapContext& context);
     FeatureRow MakeRow(GenApi::INode* node, const NodeMapContext& context) const;
     TreeItem Insert(FeatureRow& row, TreeItem parent);
@@ -78,6 +102,10 @@ private:
     std::unordered_set<const void*> shownFeatures_;
     std::unordered_map<TreeItem, FeatureRow*> rowOfItem_;
     std::unordered_multimap<GenApi::INode*, size_t> featureRowsOfNode_;
+    // The build in progress.
+    std::vector<NodeMapEntry> entries_;
+    size_t nextEntry_ = 0;
+    std::vector<Pending> pending_;
 };
 
 } // namespace quillon::browser

@@ -18,6 +18,13 @@ set_target_properties(quillon_host PROPERTIES INSTALL_RPATH "$ORIGIN/${QUILLON_B
 
 install(TARGETS ${QUILLON_LIBRARIES} LIBRARY DESTINATION ${CMAKE_INSTALL_LIBDIR})
 install(TARGETS quillon_host RUNTIME DESTINATION ${CMAKE_INSTALL_BINDIR})
+# Modules opened on first use: zip archives beside the engine, the command's
+# window beside the browser library.
+install(TARGETS genapi_zip LIBRARY DESTINATION ${CMAKE_INSTALL_LIBDIR})
+if(QUILLON_HAVE_GUI)
+  set_target_properties(quillon_window PROPERTIES INSTALL_RPATH "$ORIGIN")
+  install(TARGETS quillon_window LIBRARY DESTINATION ${CMAKE_INSTALL_LIBDIR})
+endif()
 # One folder for the three libraries' headers: quillon.h, qorvis.h, GenApi/, GenICam/.
 set(QUILLON_INCLUDE_DIR ${CMAKE_INSTALL_INCLUDEDIR}/quillon)
 install(FILES ${CMAKE_SOURCE_DIR}/qorvis/qorvis.h DESTINATION ${QUILLON_INCLUDE_DIR})

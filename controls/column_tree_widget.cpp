@@ -94,8 +94,26 @@ browser::TreeItem ColumnTreeWidget::InsertItem(TreeItem parent, const std::strin
     node->depth = p->depth + 1;
     Node* raw = node.get();
     p->children.push_back(std::move(node));
+    // A row under a collapsed item is not shown (its parent may gain a +
+    // box), and one that lands after every shown row (as rows arrive while a
+    // tree is built) moves none: neither walks the shown rows again.
+    viewport()->update();
+    for (Node* a = p; a != root_.get(); a = a->parent)
+        if (!a->expanded) return raw;
+    if (shownValid_ && EndsWithin(p)) {
+        shown_.push_back(raw);
+        UpdateScrollBars();
+        return raw;
+    }
     Changed();
     return raw;
+}
+
+bool ColumnTreeWidget::EndsWithin(const Node* parent) const {
+    if (parent == root_.get()) return true;
+    for (const Node* n = shown_.empty() ? nullptr : shown_.back(); n; n = n->parent)
+        if (n == parent) return true;
+    return false;
 }
 
 void ColumnTreeWidget::SetItemText(TreeItem item, const std::string& text) {

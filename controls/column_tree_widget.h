@@ -12,9 +12,9 @@
 #include <string>
 #include <vector>
 
-#include "types/feature_row.h"
 #include "controls/column_tree_input.h"
 #include "controls/column_tree_layout.h"
+#include "types/feature_row.h"
 
 class QHeaderView;
 class QHelpEvent;
@@ -105,6 +105,9 @@ protected:
 private:
     Node* NodeOf(TreeItem item) const;
     const std::vector<Node*>& Shown() const;
+    // The last shown row is `parent` or lies below it (a new last child of
+    // `parent` then comes last among the shown rows).
+    bool EndsWithin(const Node* parent) const;
     void Changed(); // the shown rows or their texts changed
     void UpdateScrollBars();
     ColumnWidths Widths() const;

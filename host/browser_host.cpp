@@ -11,6 +11,7 @@
 #include <cstdlib>
 #include <memory>
 #include <stdexcept>
+#include <utility>
 
 #include "GenApi/GenApi.h"
 #include "GenApi/MemoryPort.h"
@@ -18,7 +19,6 @@
 #include "browser/tree_model.h"
 #include "qorvis.h"
 #include "quillon.h"
-#include "tool_device.h"
 
 namespace quillon::host {
 
@@ -27,9 +27,8 @@ namespace {
 // libquillon.so and the two entry points the host calls.
 class BrowserLibrary {
 public:
-    BrowserLibrary() {
+    explicit BrowserLibrary(const std::string& installed) {
         const char* path = std::getenv("QUILLON_LIBRARY");
-        const std::string installed = tool::InstalledPath(QUILLON_INSTALLED_LIBRARY);
         if ((!path || !*path) && !installed.empty()) path = installed.c_str();
         if (!path || !*path) path = QUILLON_DEFAULT_LIBRARY;
         // Never unloaded: the library keeps windows and Qt objects alive.
@@ -51,8 +50,8 @@ public:
 // simulated system's, or the camera system's and the named camera's.
 class HostDevices {
 public:
-    HostDevices(const std::string& xml, const std::string& camera)
-        : dataDirectory_(tool::DataDirectory()) {
+    HostDevices(const std::string& xml, const std::string& camera, const tool::WindowRequest& request)
+        : dataDirectory_(request.dataDirectory) {
         // Failures are reported once, by the command (an allocation starts
         // the application from its default settings).
         QappAlloc(QOR_TEXT(""), &app_);
@@ -61,7 +60,7 @@ public:
             QsysAlloc(app_, Q_SYSTEM_CAMERAS, 0, Q_DEFAULT, &sys_);
             if (sys_) QdigAlloc(sys_, Q_DEFAULT, camera.c_str(), Q_DEFAULT, &dig_);
             if (!dig_) {
-                const std::string reason = tool::LibraryErrorText();
+                const std::string reason = request.libraryErrorText();
                 if (sys_) QsysFree(sys_);
                 QappFree(app_);
                 throw tool::UsageError(reason);
@@ -160,7 +159,8 @@ bool HaveDisplay() {
 
 // No display: the window off screen, the tree on standard output, the
 // window's image in a file.
-int RunHeadless(const BrowserLibrary& library, HostDevices& devices, const std::string& image) {
+int RunHeadless(const BrowserLibrary& library, HostDevices& devices, const std::string& image,
+                const tool::WindowRequest& request) {
     ::setenv("QT_QPA_PLATFORM", "offscreen", 0);
     int argc = 1;
     char name[] = "quillon";
@@ -173,7 +173,7 @@ int RunHeadless(const BrowserLibrary& library, HostDevices& devices, const std::
     guard.window = static_cast<ControllerWindowHandle>(window);
     QWidget* widget = window ? QWidget::find(static_cast<WId>(window)) : nullptr;
     if (!widget) throw std::runtime_error("the browser window could not be opened");
-    tool::PrintTree(devices.Entries(), browser::kGuru);
+    request.printTree(devices.Entries(), browser::kGuru);
     if (!browser::SaveWindowImage(*widget, QString::fromStdString(image)))
         throw std::runtime_error("could not save the window image to '" + image + "'");
     std::printf("quillon: saved the browser window to %s\n", image.c_str());
@@ -215,13 +215,14 @@ int RunModeless(const BrowserLibrary& library, HostDevices& devices) {
 
 } // namespace
 
-int RunBrowserHost(const tool::Args& args) {
+int RunBrowserHost(const tool::WindowRequest& request) {
+    const tool::Args& args = request.args;
     const std::string image = args.Value("--image", "quillon.png");
     const bool modeless = args.Flag("--modeless");
     const std::string xml = args.Value("--xml");
-    BrowserLibrary library;
-    HostDevices devices(xml, args.Value("--camera"));
-    if (!HaveDisplay()) return RunHeadless(library, devices, image);
+    BrowserLibrary library(request.installedLibrary);
+    HostDevices devices(xml, args.Value("--camera"), request);
+    if (!HaveDisplay()) return RunHeadless(library, devices, image, request);
     return modeless ? RunModeless(library, devices) : RunModal(library, devices);
 }
 

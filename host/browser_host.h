@@ -6,7 +6,7 @@
 #include <string>
 #include <vector>
 
-#include "tool.h"
+#include "tool_window.h"
 
 namespace quillon::host {
 
@@ -14,6 +14,6 @@ namespace quillon::host {
 // With a display: the browser runs modally (or modeless over the host's own
 // main window) until it is closed. Without one: the tree is printed and the
 // window saved as OUT.png (default quillon.png). Returns the exit status.
-int RunBrowserHost(const tool::Args& args);
+int RunBrowserHost(const tool::WindowRequest& request);
 
 } // namespace quillon::host

@@ -163,7 +163,20 @@ private:
 
 } // namespace
 
+void UseNodeMapCache() {
+    if (std::getenv("GENICAM_CACHE_V3_4")) return;
+    std::string folder;
+    if (const char* xdg = std::getenv("XDG_CACHE_HOME"); xdg && *xdg == '/')
+        folder = xdg;
+    else if (const char* home = std::getenv("HOME"); home && *home)
+        folder = std::string(home) + "/.cache";
+    else
+        return;
+    ::setenv("GENICAM_CACHE_V3_4", (folder + "/quillon").c_str(), 1);
+}
+
 std::unique_ptr<Device> OpenDevice(const Args& args) {
+    UseNodeMapCache();
     if (std::string xml = args.Value("--xml"); !xml.empty()) return std::make_unique<XmlDevice>(xml);
     return std::make_unique<LibrarySystem>(args.Value("--camera"));
 }

@@ -41,6 +41,12 @@ protected:
     int64_t system_ = 0;
 };
 
+// Descriptions load through the node-map cache, in the folder that
+// GENICAM_CACHE_V3_4 names (set but empty: no cache), else in the user's
+// cache folder: $XDG_CACHE_HOME/quillon or ~/.cache/quillon. OpenDevice
+// calls it.
+void UseNodeMapCache();
+
 // The device the arguments name: --xml FILE (the description over a
 // zero-filled memory, every port of it connected), --camera ID (the camera
 // system, the digitizer that opened the camera, and the camera), or else the

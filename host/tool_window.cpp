@@ -1,60 +1,74 @@
 // The quillon command's window: the host of the browser library (no
-// subcommand) and --screenshot, which draws the browser in the process.
-#include <QApplication>
+// subcommand) and --screenshot, which draws the browser in the process. Both
+// run in the window plugin (window_plugin.cpp), opened here only when one of
+// them is asked for: the text subcommands start without Qt.
+#include "tool_window.h"
 
-#include <cstdio>
-#include <cstdlib>
+#include <dlfcn.h>
+#include <unistd.h>
 
-#include "browser/tessel_window.h"
-#include "browser_host.h"
-#include "controls/column_tree_widget.h"
-#include "tool.h"
+#include <climits>
+#include <memory>
+#include <string>
+
 #include "tool_device.h"
 
 namespace quillon::tool {
 
 namespace {
 
-// Opens the browser window on the device, selects the feature named by
-// --select (when given) so that its property text and in-place editor show,
-// and saves the image.
-int screenshot(const Args& args) {
-    auto device = OpenDevice(args);
-    const std::string& path = args.positional[0];
-    const std::string feature = args.Value("--select");
-    // Without a display the window is drawn off screen.
-    if (!std::getenv("DISPLAY") && !std::getenv("WAYLAND_DISPLAY"))
-        setenv("QT_QPA_PLATFORM", "offscreen", 0);
-    int argc = 1;
-    char name[] = "quillon";
-    char* argv[] = {name, nullptr};
-    QApplication app(argc, argv);
-    browser::CTessel window(browser::BrowserSetup{device->entries(), 0, {}, false});
-    if (!feature.empty()) {
-        browser::TreeItem item = browser::kTopLevel;
-        for (const browser::FeatureRow& row : window.session().model().featureRows())
-            if (row.node && row.treeItem && row.node->GetName() == feature.c_str())
-                item = row.treeItem;
-        if (!item) throw UsageError("no row shows a feature named '" + feature + "'");
-        window.show();
-        window.tree().SelectItem(item);
+// The plugin beside the command (where the build puts both), beside an
+// installed libquillon.so, else where the build made it.
+std::string pluginPath() {
+    char self[PATH_MAX];
+    const ssize_t length = ::readlink("/proc/self/exe", self, sizeof self);
+    if (length > 0 && length < static_cast<ssize_t>(sizeof self)) {
+        std::string path(self, static_cast<size_t>(length));
+        path.erase(path.rfind('/') + 1);
+        path += "quillon_window.so";
+        if (::access(path.c_str(), R_OK) == 0) return path;
     }
-    if (!browser::SaveWindowImage(window, QString::fromStdString(path)))
-        throw UsageError("could not save the window image to '" + path + "'");
-    std::printf("quillon: saved the browser window to %s\n", path.c_str());
-    return 0;
+    if (std::string installed = InstalledPath(QUILLON_INSTALLED_WINDOW_PLUGIN); !installed.empty())
+        return installed;
+    return QUILLON_DEFAULT_WINDOW_PLUGIN;
+}
+
+int runInPlugin(const char* command, const Args& args) {
+    // The device first: a wrong argument is reported before Qt is loaded.
+    std::unique_ptr<Device> device;
+    if (*command) device = OpenDevice(args);
+    const std::string path = pluginPath();
+    // Never closed: Qt keeps pointers into the plugin until the process ends.
+    void* plugin = ::dlopen(path.c_str(), RTLD_NOW | RTLD_LOCAL);
+    if (!plugin) throw UsageError(std::string("cannot load the browser window: ") + ::dlerror());
+    auto entry = reinterpret_cast<WindowEntry>(::dlsym(plugin, kWindowEntryName));
+    if (!entry) throw UsageError(path + " lacks " + kWindowEntryName);
+    return entry(WindowRequest{command, args, device.get(), DataDirectory(), PrintTree,
+                              InstalledPath(QUILLON_INSTALLED_LIBRARY), LibraryErrorText});
 }
 
 } // namespace
 
 const std::vector<Command>& WindowCommands() {
     static const std::vector<Command> commands = {
-        {"", "[DEVICE] [--modeless] [--image OUT.png]",
-         "the browser (no display: the tree, and the window saved as an image)", true,
-         {"--image"}, {"--modeless"}, 0, 0, host::RunBrowserHost},
-        {"--screenshot", "OUT.png [DEVICE] [--select FEATURE]",
-         "draws the browser window (with a feature selected) into an image", true, {"--select"},
-         {}, 1, 1, screenshot},
+        {"",
+         "[DEVICE] [--modeless] [--image OUT.png]",
+         "the browser (no display: the tree, and the window saved as an image)",
+         true,
+         {"--image"},
+         {"--modeless"},
+         0,
+         0,
+         [](const Args& args) { return runInPlugin("", args); }},
+        {"--screenshot",
+         "OUT.png [DEVICE] [--select FEATURE]",
+         "draws the browser window (with a feature selected) into an image",
+         true,
+         {"--select"},
+         {},
+         1,
+         1,
+         [](const Args& args) { return runInPlugin("--screenshot", args); }},
     };
     return commands;
 }

@@ -214,19 +214,21 @@ std::string RegisterText(INode* reg) {
         length = *l;
     else if (auto pl = IntegerValue(LinkedNode(reg, "pLength")))
         length = *pl;
-    std::optional<int64_t> address = 0;
+    // A plain sum and a flag: an optional sum trips GCC's uninitialised-use
+    // warning in release builds.
+    int64_t address = 0;
+    bool readable = true;
     std::vector<std::string> terms;
     for (const std::string& a : PropertyValues(reg, "Address")) {
-        auto v = ParseNumber(a);
-        if (v && address) *address += *v;
+        if (auto v = ParseNumber(a)) address += *v;
         terms.push_back(a);
     }
     for (const std::string& name : PropertyValues(reg, "pAddress")) {
         auto v = IntegerValue(reg->GetNodeMap()->GetNode(name.c_str()));
-        if (v && address)
-            *address += *v;
+        if (v)
+            address += *v;
         else
-            address.reset();
+            readable = false;
         terms.push_back(name + " (" + (v ? Hex(*v) : std::string("unreadable")) + ")");
     }
     std::vector<std::string> indices = PropertyValues(reg, "pIndex");
@@ -239,18 +241,18 @@ std::string RegisterText(INode* reg) {
             offset = IntegerValue(reg->GetNodeMap()->GetNode(offsetNodes[i].c_str()));
         else if (!offsets[i].empty())
             offset = ParseNumber(offsets[i]);
-        if (index && offset && address)
-            *address += *index * *offset;
+        if (index && offset)
+            address += *index * *offset;
         else
-            address.reset();
+            readable = false;
         terms.push_back(indices[i] + " (" + (index ? std::to_string(*index) : "unreadable") +
                         ") x " + (offset ? std::to_string(*offset) : std::string("?")));
     }
     std::string text = "at ";
     if (!PropertyValues(reg, "IntSwissKnife").empty())
         text += "an address its description computes";
-    else if (address)
-        text += Hex(*address);
+    else if (readable)
+        text += Hex(address);
     else
         text += "an address that cannot be read now";
     if (terms.size() > 1) text += " (" + Join(terms, " + ") + ")";

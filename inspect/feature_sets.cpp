@@ -16,6 +16,7 @@
 #include "GenApi/GenApi.h"
 #include "GenICam/exceptions.h"
 #include "browser/value_rendering.h"
+#include "inspect/part_file.h"
 #include "types/integer_display.h"
 
 using namespace GenApi;
@@ -434,20 +435,10 @@ FeatureSet ReadFeatureSet(const std::vector<browser::NodeMapEntry>& entries,
 }
 
 void WriteTextFile(const std::string& path, const std::string& text) {
-    const std::string part = path + ".part";
-    {
-        std::ofstream out(part, std::ios::binary | std::ios::trunc);
-        out.write(text.data(), static_cast<std::streamsize>(text.size()));
-        out.close();
-        if (out) {
-            std::error_code error;
-            std::filesystem::rename(part, path, error);
-            if (!error) return;
-        }
-    }
-    std::error_code ignored;
-    std::filesystem::remove(part, ignored);
-    throw std::runtime_error("cannot write '" + path + "'");
+    OwnPartFile part(path);
+    std::string failure = part.made() ? part.Write(text.data(), text.size()) : part.Error();
+    if (failure.empty()) failure = part.CloseAndRenameTo(path);
+    if (!failure.empty()) throw std::runtime_error(failure);
 }
 
 std::string ReadTextFile(const std::string& path) {

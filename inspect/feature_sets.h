@@ -61,8 +61,9 @@ struct ReadOptions {
 FeatureSet ReadFeatureSet(const std::vector<browser::NodeMapEntry>& entries,
                           const ReadOptions& options = {});
 
-// Writes `text` to "<path>.part" and renames it to `path`: a failed write
-// leaves `path` as it was. Throws std::runtime_error naming the file.
+// Writes `text` beside `path` and renames it over `path` (part_file.h): a
+// failed write leaves `path` as it was. Throws std::runtime_error naming the
+// file.
 void WriteTextFile(const std::string& path, const std::string& text);
 // The whole file; throws std::runtime_error naming it.
 std::string ReadTextFile(const std::string& path);

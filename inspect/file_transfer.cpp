@@ -12,6 +12,7 @@
 #include "GenApi/Filestream.h"
 #include "GenApi/Pointer.h"
 #include "GenICam/exceptions.h"
+#include "inspect/part_file.h"
 #include "qorvis.h"
 
 namespace quillon::inspect {
@@ -39,61 +40,6 @@ std::string selectedDeviceFile(GenApi::INodeMap* nodeMap) {
 int32_t progressValue(int64_t value) {
     return static_cast<int32_t>(value);
 }
-
-std::string errnoText(int error) {
-    return std::error_code(error, std::generic_category()).message();
-}
-
-// A download's temporary file beside its target: one that this download
-// made (never a file that was there before), removed again unless it was
-// renamed to the target.
-class OwnPartFile {
-public:
-    explicit OwnPartFile(const std::string& target) {
-        for (int n = 0; n < 1000; ++n) {
-            name_ = target + (n == 0 ? std::string() : "." + std::to_string(n)) + ".part";
-            fd_ = ::open(name_.c_str(), O_WRONLY | O_CREAT | O_EXCL | O_CLOEXEC, 0666);
-            if (fd_ >= 0 || errno != EEXIST) break;
-        }
-        if (fd_ < 0) error_ = errno;
-    }
-    ~OwnPartFile() {
-        if (fd_ >= 0) ::close(fd_);
-        if (made() && !renamed_) ::unlink(name_.c_str());
-    }
-    OwnPartFile(const OwnPartFile&) = delete;
-    OwnPartFile& operator=(const OwnPartFile&) = delete;
-
-    bool made() const { return error_ == 0; }
-    const std::string& name() const { return name_; }
-    // "" when all went well, else why not.
-    std::string Write(const char* bytes, size_t count) {
-        while (count > 0) {
-            const ssize_t n = ::write(fd_, bytes, count);
-            if (n < 0 && errno == EINTR) continue;
-            if (n <= 0) return "Writing " + name_ + " failed: " + errnoText(n < 0 ? errno : EIO);
-            bytes += n;
-            count -= static_cast<size_t>(n);
-        }
-        return {};
-    }
-    std::string CloseAndRenameTo(const std::string& target) {
-        const int fd = fd_;
-        fd_ = -1;
-        if (::close(fd) != 0) return "Writing " + name_ + " failed: " + errnoText(errno);
-        if (::rename(name_.c_str(), target.c_str()) != 0)
-            return "Renaming " + name_ + " to " + target + " failed: " + errnoText(errno);
-        renamed_ = true;
-        return {};
-    }
-    std::string Error() const { return "Cannot create " + name_ + ": " + errnoText(error_); }
-
-private:
-    std::string name_;
-    int fd_ = -1;
-    int error_ = 0;
-    bool renamed_ = false;
-};
 
 } // namespace
 
@@ -320,7 +266,7 @@ void FileTransferSession::Upload(const std::string& localPath) {
             if (!local.is_open()) openError = errno ? errno : ENOENT;
         }
         if (openError) {
-            result = {Outcome::LocalNotOpened, "Cannot read " + path + ": " + errnoText(openError)};
+            result = {Outcome::LocalNotOpened, "Cannot read " + path + ": " + ErrnoText(openError)};
         } else {
             local.seekg(0, std::ios_base::end);
             const int64_t length = static_cast<int64_t>(local.tellg());

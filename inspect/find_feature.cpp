@@ -26,20 +26,19 @@ void FeatureFinder::Refill(const std::vector<FindRow>& featureRows, const std::v
             entries_.push_back({row.nodeName, row.treeItem});
         }
     }
+    sorted_.clear();
+    sorted_.reserve(entries_.size());
+    for (size_t i = 0; i < entries_.size(); ++i)
+        if (entries_[i].treeItem) sorted_.emplace_back(lowered(entries_[i].name), i);
+    // Stable: equal names keep the order of the rows.
+    std::stable_sort(sorted_.begin(), sorted_.end(), [](const auto& a, const auto& b) { return a.first < b.first; });
 }
 
 std::vector<FindEntry> FeatureFinder::Filter(const std::string& query) const {
     const std::string q = lowered(query);
-    std::vector<std::pair<std::string, FindEntry>> matches;
-    for (const FindEntry& entry : entries_) {
-        if (!entry.treeItem) continue;
-        std::string key = lowered(entry.name);
-        if (q.empty() || key.find(q) != std::string::npos) matches.emplace_back(std::move(key), entry);
-    }
-    std::stable_sort(matches.begin(), matches.end(), [](const auto& a, const auto& b) { return a.first < b.first; });
     std::vector<FindEntry> shown;
-    shown.reserve(matches.size());
-    for (auto& m : matches) shown.push_back(std::move(m.second));
+    for (const auto& [key, entry] : sorted_)
+        if (q.empty() || key.find(q) != std::string::npos) shown.push_back(entries_[entry]);
     return shown;
 }
 

@@ -3,6 +3,7 @@
 
 #include <optional>
 #include <string>
+#include <utility>
 #include <vector>
 
 namespace quillon::inspect {
@@ -46,6 +47,9 @@ public:
 
 private:
     std::vector<FindEntry> entries_;
+    // Sorted once per fill, so that a keystroke is one pass over the names:
+    // each listed entry's name in lower case, in the order the list shows.
+    std::vector<std::pair<std::string, size_t>> sorted_; // (lowered name, entry)
 };
 
 } // namespace quillon::inspect

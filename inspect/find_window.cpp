@@ -1,29 +1,57 @@
 #include "inspect/find_window.h"
 
+#include <QAbstractListModel>
 #include <QKeyEvent>
 #include <QLabel>
 #include <QLineEdit>
-#include <QListWidget>
+#include <QListView>
 #include <QVBoxLayout>
 
 namespace quillon::inspect {
+
+// The shown names as the list's model: the view asks only for the rows it
+// paints, so a keystroke over a hundred thousand names costs one filter pass.
+class FindWindow::NameModel final : public QAbstractListModel {
+public:
+    NameModel(const std::vector<FindEntry>& shown, QObject* parent)
+        : QAbstractListModel(parent), shown_(shown) {}
+    int rowCount(const QModelIndex& parent) const override {
+        return parent.isValid() ? 0 : static_cast<int>(shown_.size());
+    }
+    QVariant data(const QModelIndex& index, int role) const override {
+        if (role != Qt::DisplayRole || !index.isValid() ||
+            static_cast<size_t>(index.row()) >= shown_.size())
+            return {};
+        return QString::fromStdString(shown_[static_cast<size_t>(index.row())].name);
+    }
+    void BeginReset() { beginResetModel(); }
+    void EndReset() { endResetModel(); }
+
+private:
+    const std::vector<FindEntry>& shown_;
+};
 
 FindWindow::FindWindow(QWidget* parent) : QDialog(parent) {
     auto* layout = new QVBoxLayout(this);
     layout->addWidget(new QLabel(QString::fromUtf8(kFindQueryLabel), this));
     query_ = new QLineEdit(this);
     layout->addWidget(query_);
-    list_ = new QListWidget(this);
+    names_ = new NameModel(shown_, this);
+    list_ = new QListView(this);
+    list_->setModel(names_);
+    list_->setUniformItemSizes(true);
+    list_->setEditTriggers(QAbstractItemView::NoEditTriggers);
     list_->setSelectionMode(QAbstractItemView::SingleSelection);
     layout->addWidget(list_, 1);
 
     connect(query_, &QLineEdit::textEdited, this, [this] { ShowMatches(); });
     // A new selection, by mouse or by keyboard, is followed at once.
-    connect(list_, &QListWidget::itemSelectionChanged, this, [this] { GoToSelection(); });
+    connect(list_->selectionModel(), &QItemSelectionModel::selectionChanged, this,
+            [this] { GoToSelection(); });
 }
 
-void FindWindow::Fill(const std::vector<FindRow>& featureRows, const std::vector<FindRow>& categoryRows,
-                      const std::string& browserCaption) {
+void FindWindow::Fill(const std::vector<FindRow>& featureRows,
+                      const std::vector<FindRow>& categoryRows, const std::string& browserCaption) {
     setWindowTitle(QString::fromStdString(FindCaption(browserCaption)));
     query_->setFocus();
     query_->clear();
@@ -38,16 +66,16 @@ void FindWindow::Update(const std::vector<FindRow>& featureRows,
 
 void FindWindow::ShowMatches() {
     // The finder sorts case-insensitively; the list keeps that order.
+    const QSignalBlocker quietReset(list_->selectionModel());
+    names_->BeginReset();
     shown_ = finder_.Filter(query_->text().toStdString());
-    const QSignalBlocker quiet(list_); // refilling selects nothing to follow
-    list_->clear();
-    for (const FindEntry& entry : shown_) list_->addItem(QString::fromStdString(entry.name));
+    names_->EndReset(); // refilling selects nothing to follow
 }
 
 void FindWindow::GoToSelection() {
-    const QList<QListWidgetItem*> selected = list_->selectedItems();
+    const QModelIndexList selected = list_->selectionModel()->selectedIndexes();
     if (selected.isEmpty()) return;
-    const int row = list_->row(selected.front());
+    const int row = selected.front().row();
     if (row >= 0 && static_cast<size_t>(row) < shown_.size() &&
         shown_[static_cast<size_t>(row)].treeItem)
         emit ItemChosen(shown_[static_cast<size_t>(row)].treeItem);
@@ -55,11 +83,11 @@ void FindWindow::GoToSelection() {
 
 void FindWindow::Enter() {
     std::optional<size_t> selection;
-    const QList<QListWidgetItem*> selected = list_->selectedItems();
-    if (!selected.isEmpty()) selection = static_cast<size_t>(list_->row(selected.front()));
+    const QModelIndexList selected = list_->selectionModel()->selectedIndexes();
+    if (!selected.isEmpty()) selection = static_cast<size_t>(selected.front().row());
     // Selecting the first name follows it.
     if (FeatureFinder::EnterTarget(query_->text().toStdString(), shown_, selection))
-        list_->setCurrentRow(0);
+        list_->setCurrentIndex(names_->index(0));
     accept(); // hides; the names and the query stay for the next find
 }
 

@@ -10,7 +10,7 @@
 #include "inspect/find_feature.h"
 
 class QLineEdit;
-class QListWidget;
+class QListView;
 
 namespace quillon::inspect {
 
@@ -32,7 +32,7 @@ public:
     void Update(const std::vector<FindRow>& featureRows, const std::vector<FindRow>& categoryRows);
 
     QLineEdit& queryEdit() { return *query_; }
-    QListWidget& nameList() { return *list_; }
+    QListView& nameList() { return *list_; }
     const std::vector<FindEntry>& shown() const { return shown_; }
 
 signals:
@@ -44,6 +44,7 @@ protected:
     void keyPressEvent(QKeyEvent* event) override;
 
 private:
+    class NameModel;
     void ShowMatches();
     void GoToSelection();
     void Enter();
@@ -51,7 +52,8 @@ private:
     FeatureFinder finder_;
     std::vector<FindEntry> shown_;
     QLineEdit* query_ = nullptr;
-    QListWidget* list_ = nullptr;
+    NameModel* names_ = nullptr;
+    QListView* list_ = nullptr;
 };
 
 } // namespace quillon::inspect

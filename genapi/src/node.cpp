@@ -167,12 +167,8 @@ void Node::GetChildren(NodeList_t& children, ELinkType linkType) const {
 }
 
 void Node::GetParents(NodeList_t& parents) const {
-    // Parents are rarely asked for: found by scanning instead of stored.
-    parents.clear();
-    for (const auto& n : map_->nodes())
-        for (const Link& l : n->links())
-            if (l.node == this && std::find(parents.begin(), parents.end(), n.get()) == parents.end())
-                parents.push_back(n.get());
+    std::span<Node* const> found = map_->parents(index_);
+    parents.assign(found.begin(), found.end());
 }
 
 void Node::GetSelectedFeatures(FeatureList_t& features) const {

@@ -33,6 +33,7 @@ struct TextRef {
 struct PropertyRecord {
     uint16_t name;  // a Prop when below kKnownPropertyCount, else an extra name of the map
     uint8_t level;  // 0: the node's own property; 1: nested in the preceding level-0 one
+    uint8_t unused; // named, so that it is zero in cache files rather than whatever padding holds
     TextRef value;
     TextRef attributes; // "Name=Value" pairs separated by tabs
 };

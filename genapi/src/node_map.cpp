@@ -66,6 +66,33 @@ std::string_view NodeMap::recordName(const PropertyRecord& r) const {
     return extra < extraPropertyNames_.size() ? std::string_view(extraPropertyNames_[extra]) : std::string_view();
 }
 
+std::span<Node* const> NodeMap::parents(uint32_t index) const {
+    std::call_once(parentsIndexed_, [this] {
+        // Nodes are visited in map order, so a node's parents arrive in that
+        // order and a repeated link shows as the parent just added.
+        const size_t count = nodes_.size();
+        std::vector<uint32_t> last(count, UINT32_MAX);
+        parentBegin_.assign(count + 1, 0);
+        for (const auto& n : nodes_)
+            for (const Link& l : n->links())
+                if (last[l.node->index()] != n->index()) {
+                    last[l.node->index()] = n->index();
+                    ++parentBegin_[l.node->index() + 1];
+                }
+        for (size_t i = 0; i < count; ++i) parentBegin_[i + 1] += parentBegin_[i];
+        parentPool_.resize(parentBegin_[count]);
+        std::vector<uint32_t> next(parentBegin_.begin(), parentBegin_.end() - 1);
+        last.assign(count, UINT32_MAX);
+        for (const auto& n : nodes_)
+            for (const Link& l : n->links())
+                if (last[l.node->index()] != n->index()) {
+                    last[l.node->index()] = n->index();
+                    parentPool_[next[l.node->index()]++] = n.get();
+                }
+    });
+    return {parentPool_.data() + parentBegin_[index], parentPool_.data() + parentBegin_[index + 1]};
+}
+
 std::string NodeMap::descriptionAttribute(std::string_view name) const {
     for (size_t i = 0; i + 1 < descriptionAttributes_.size(); i += 2)
         if (descriptionAttributes_[i] == name) return descriptionAttributes_[i + 1];
@@ -95,7 +122,9 @@ INode* NodeMap::GetNode(const gcstring& name) const { return find(std::string_vi
 
 void NodeMap::InvalidateNodes() const {
     std::lock_guard guard(lock_);
-    for (const auto& n : nodes_) n->dropCache();
+    // Only register-backed nodes keep values.
+    for (Node* r : registers_) r->dropCache();
+    const_cast<NodeMap*>(this)->forgetCachedRegisters();
     for (const auto& n : nodes_)
         if (n->hasCallbacks() && !n->callbackPending_) {
             n->callbackPending_ = true;
@@ -108,8 +137,9 @@ bool NodeMap::Connect(IPort* port, const gcstring& portName) const {
     auto* p = dynamic_cast<PortNode*>(find(std::string_view(portName)));
     if (!p) return false;
     p->connect(port);
-    // What was cached came from the previous port.
-    for (const auto& n : nodes_) n->dropCache();
+    // What was cached came from the previous port (only registers keep values).
+    for (Node* r : registers_) r->dropCache();
+    const_cast<NodeMap*>(this)->forgetCachedRegisters();
     return true;
 }
 
@@ -134,14 +164,66 @@ void NodeMap::Poll(int64_t elapsedTime) {
     }
 }
 
+namespace {
+constexpr unsigned kBlockBits = 12;
+constexpr uint64_t kLongRegister = 64 * 1024;
+} // namespace
+
+void NodeMap::registerCached(Node* reg, int64_t address, int64_t length) {
+    RegisterCacheNote& note = reg->registerCore()->indexNote();
+    if (note.generation == cacheGeneration_ && note.address == address && note.length == length) return;
+    note = {cacheGeneration_, address, length};
+    indexCached(reg, static_cast<uint64_t>(address), static_cast<uint64_t>(length));
+    // Registers that move between addresses (selectors) leave stale entries:
+    // past a few per register the index is made anew from the caches held.
+    if (cachedEntries_ > 4 * registers_.size() + 1024) {
+        forgetCachedRegisters();
+        for (Node* r : registers_) {
+            RegisterCore* core = r->registerCore();
+            if (!core || !core->cacheValid()) continue;
+            core->indexNote() = {cacheGeneration_, core->cachedAddress(), core->cachedLength()};
+            indexCached(r, static_cast<uint64_t>(core->cachedAddress()), static_cast<uint64_t>(core->cachedLength()));
+        }
+    }
+}
+
+void NodeMap::indexCached(Node* reg, uint64_t a0, uint64_t n) {
+    if (n == 0) return;
+    ++cachedEntries_;
+    if (n > kLongRegister || a0 + n < a0) {
+        cachedLong_.push_back(reg);
+        return;
+    }
+    for (uint64_t b = a0 >> kBlockBits; b <= (a0 + n - 1) >> kBlockBits; ++b) cachedByBlock_[b].push_back(reg);
+}
+
+void NodeMap::forgetCachedRegisters() {
+    cachedByBlock_.clear();
+    cachedLong_.clear();
+    cachedEntries_ = 0;
+    ++cacheGeneration_; // every register's note is out of date now
+}
+
 void NodeMap::registerWritten(const Node* writer, int64_t address, int64_t length, const void* port) {
-    for (Node* r : registers_) {
-        if (r == writer) continue;
+    auto check = [&](Node* r) {
+        if (r == writer) return;
         RegisterCore* core = r->registerCore();
-        if (!core || !core->cacheValid()) continue;
+        if (!core || !core->cacheValid()) return;
         core->dropIfOverlaps(address, length, port);
         if (!core->cacheValid()) valueChanged(r);
+    };
+    const auto a0 = static_cast<uint64_t>(address), n = static_cast<uint64_t>(length);
+    if (n == 0 || cachedEntries_ == 0) return;
+    const uint64_t first = a0 >> kBlockBits, last = (a0 + n - 1) >> kBlockBits;
+    if (a0 + n < a0 || last - first >= 1024) {
+        // A write of megabytes: every register rather than every block.
+        for (Node* r : registers_) check(r);
+        return;
     }
+    for (Node* r : cachedLong_) check(r);
+    for (uint64_t b = first; b <= last; ++b)
+        if (auto it = cachedByBlock_.find(b); it != cachedByBlock_.end())
+            for (Node* r : it->second) check(r);
 }
 
 void NodeMap::valueChanged(Node* changed) {

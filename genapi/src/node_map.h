@@ -6,6 +6,7 @@
 #include <cstddef>
 #include <memory>
 #include <mutex>
+#include <span>
 #include <string>
 #include <string_view>
 #include <unordered_map>
@@ -17,6 +18,12 @@
 namespace GenApi::detail {
 
 class PortNode;
+
+// What the node map's index of cached registers holds of one register.
+struct RegisterCacheNote {
+    uint32_t generation = 0;
+    int64_t address = 0, length = 0;
+};
 
 class NodeMap final : public INodeMap, public IDeviceInfo {
 public:
@@ -57,10 +64,16 @@ public:
     // written range overlaps (bit fields of one register, aliases).
     void registerWritten(const Node* writer, int64_t address, int64_t length, const void* port);
     void addRegister(Node* reg) { registers_.push_back(reg); }
+    // A register now holds the bytes of [address, address + length): indexed
+    // so that a write looks only at the registers it may share bytes with.
+    void registerCached(Node* reg, int64_t address, int64_t length);
     // After `changed` took a new value (or was invalidated): drops the cached
     // values of every node whose value may depend on it and schedules their
     // callbacks.
     void valueChanged(Node* changed);
+
+    // The nodes that link to the node at `index`, each once, in map order.
+    std::span<Node* const> parents(uint32_t index) const;
 
     const std::string& modelName() const { return modelName_; }
     const std::string& vendorName() const { return vendorName_; }
@@ -101,9 +114,24 @@ private:
     std::vector<NodePtr> nodes_;
     // Sorted by name: half the memory of a hash map, and lookups stay fast.
     std::vector<std::pair<std::string_view, Node*>> byName_;
-    std::vector<Node*> registers_;
+    std::vector<Node*> registers_; // every register-backed node: the only ones that keep values
+    // Registers that cached bytes, by 4 KiB block of their address (registers
+    // longer than 64 KiB in a list of their own). An entry may be stale (its
+    // register dropped or moved its bytes since) and is checked where met;
+    // dropping every cache empties the index and starts a new generation.
+    std::unordered_map<uint64_t, std::vector<Node*>> cachedByBlock_;
+    std::vector<Node*> cachedLong_;
+    size_t cachedEntries_ = 0; // grows with stale entries: past a bound the index is rebuilt
+    uint32_t cacheGeneration_ = 1;
+    void forgetCachedRegisters();
+    void indexCached(Node* reg, uint64_t address, uint64_t length);
     std::vector<Link> linkPool_;
     std::vector<Node*> dependentPool_;
+    // The reverse of every link, indexed on the first GetParents: the parents
+    // of node i are parentPool_[parentBegin_[i], parentBegin_[i + 1]).
+    mutable std::once_flag parentsIndexed_;
+    mutable std::vector<uint32_t> parentBegin_;
+    mutable std::vector<Node*> parentPool_;
     std::vector<uint32_t> visitMark_;
     uint32_t visitGeneration_ = 0;
     std::vector<Node*> walk_;

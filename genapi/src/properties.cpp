@@ -1,7 +1,8 @@
 #include "properties.h"
 
 #include <array>
-#include <unordered_map>
+
+#include "name_table.h"
 
 namespace GenApi::detail {
 
@@ -19,13 +20,14 @@ std::string_view propertyName(Prop p) {
 }
 
 Prop propertyFromName(std::string_view name) {
-    static const std::unordered_map<std::string_view, Prop> byName = [] {
-        std::unordered_map<std::string_view, Prop> m;
-        for (uint16_t i = 0; i < kKnownPropertyCount; ++i) m.emplace(kNames[i], static_cast<Prop>(i));
-        return m;
+    // Asked once per property element of every description loaded.
+    static const NameTable<Prop> byName = [] {
+        NameTable<Prop> t(kKnownPropertyCount);
+        for (uint16_t i = 0; i < kKnownPropertyCount; ++i) t.insert(kNames[i], static_cast<Prop>(i));
+        return t;
     }();
-    auto it = byName.find(name);
-    return it == byName.end() ? Prop::Count : it->second;
+    const Prop* found = byName.find(name);
+    return found ? *found : Prop::Count;
 }
 
 } // namespace GenApi::detail

@@ -2,9 +2,11 @@
 // parent, de-duplication, levels, captions and the rows' callbacks.
 #include <gtest/gtest.h>
 
+#include <chrono>
 #include <filesystem>
 #include <set>
 
+#include "GenApi/MemoryPort.h"
 #include "browser_support.h"
 #include "qorvis.h"
 #include "sim/sim_camera.h"
@@ -261,4 +263,44 @@ TEST(CorpusTrees, EveryDescriptionBuildsWithEachNodeShownOnce) {
     }
     EXPECT_GT(files, 20);
     EXPECT_EQ(built, files - 1); // every description but the one above
+}
+
+// Built in slices, as the window builds a large map between its events, the
+// rows, their order and the tree (texts, bold and open items) are those of
+// one build: here a vendor file shown twice, captioned and then at the top.
+TEST(SlicedBuild, EndsWithTheRowsAndTreeOfOneBuild) {
+    GenApi::CMemoryPort port;
+    GenApi::CNodeMapRef map;
+    map._LoadXMLFromFile(QUILLON_CORPUS_DIR "/Basler_a2A2600-20gmBAS.xml");
+    map._Connect(&port);
+    const std::vector<NodeMapEntry> entries{Entry(map._Ptr(), "Camera"), Entry(map._Ptr())};
+    Browser whole, sliced;
+    whole.model.Build(entries, kGuru);
+    sliced.model.StartBuild(entries, kGuru);
+    int slices = 0;
+    while (!sliced.model.ContinueBuild(std::chrono::steady_clock::time_point::min()))
+        ++slices;
+    EXPECT_GT(slices, 10);
+    EXPECT_FALSE(sliced.model.building());
+    auto shape = [](const Browser& b) {
+        std::string out = b.tree.topLevelExpanded() ? "open\n" : "closed\n";
+        std::vector<std::pair<const TextTree::Item*, int>> stack;
+        for (auto it = b.tree.topLevel().rbegin(); it != b.tree.topLevel().rend(); ++it)
+            stack.emplace_back(*it, 0);
+        while (!stack.empty()) {
+            auto [item, depth] = stack.back();
+            stack.pop_back();
+            out += std::string(2 * depth, ' ') + item->text + (item->bold ? " B" : "") +
+                   (item->expanded ? " +" : "") + "\n";
+            for (auto it = item->children.rbegin(); it != item->children.rend(); ++it)
+                stack.emplace_back(*it, depth + 1);
+        }
+        for (const auto& row : b.model.featureRows())
+            out += std::string(row.node->GetName()) + " " +
+                   std::to_string(row.selectedRows.size()) + "\n";
+        for (const auto& row : b.model.categoryRows())
+            out += row.label + "\n";
+        return out;
+    };
+    EXPECT_EQ(shape(sliced), shape(whole));
 }

@@ -4,6 +4,7 @@
 #include <gtest/gtest.h>
 
 #include <cstdint>
+#include <string>
 
 #include "fixture_device.h"
 
@@ -163,6 +164,42 @@ TEST_F(Caching, InvalidationReachesNodesDependingOnTheChangedOne) {
     EXPECT_EQ(width->GetValue(), 160);
     d.node("BinningReg")->InvalidateNode();
     EXPECT_EQ(width->GetValue(), 80);
+}
+
+// A write drops the cache of every register sharing bytes with it, wherever
+// the two lie: across a 4 KiB boundary, inside a register of 128 KiB, at the
+// address a selector moved a register to; and only theirs.
+TEST(CachingOverlaps, WritesDropTheCachesOfTheRegistersTheyOverlap) {
+    auto reg = [](const char* name, const char* address, int length, const char* extra = "") {
+        return std::string("<IntReg Name=\"") + name + "\"><Address>" + address + "</Address><Length>" +
+               std::to_string(length) + "</Length><AccessMode>RW</AccessMode><pPort>Device</pPort>" + extra +
+               "<Sign>Unsigned</Sign><Endianess>LittleEndian</Endianess></IntReg>";
+    };
+    quillon_test::Device d(quillon_test::Device::Xml{quillon_test::inlineDescription(
+        reg("Wide", "0x0FFC", 8) + reg("InWide", "0x1002", 1) + reg("Apart", "0x1008", 4) +
+        "<Register Name=\"Long\"><Address>0x10000</Address><Length>131072</Length><AccessMode>RW</AccessMode>"
+        "<pPort>Device</pPort></Register>" +
+        reg("InLong", "0x2FFF0", 4) + reg("Sel", "0x50000", 4) +
+        reg("Moved", "0x40000", 4, "<pIndex Offset=\"4096\">Sel</pIndex>") + reg("AtMoved", "0x41000", 2))});
+    const struct {
+        const char* read;
+        const char* written;
+        bool dropped;
+    } rows[] = {
+        {"Wide", "InWide", true}, {"InWide", "Wide", true},  {"Wide", "Apart", false},
+        {"Long", "InLong", true}, {"InLong", "Long", true},  {"Moved", "AtMoved", true},
+        {"Apart", "Moved", false},
+    };
+    d.integer("Sel")->SetValue(1); // Moved now lies at 0x41000
+    for (const auto& row : rows) {
+        SCOPED_TRACE(std::string(row.read) + " after a write of " + row.written);
+        CValuePtr read = d.node(row.read);
+        read->ToString();
+        ASSERT_TRUE(read->IsValueCacheValid());
+        CValuePtr written = d.node(row.written);
+        written->FromString(written->ToString());
+        EXPECT_EQ(!read->IsValueCacheValid(), row.dropped);
+    }
 }
 
 } // namespace

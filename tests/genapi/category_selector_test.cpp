@@ -3,6 +3,7 @@
 #include <gtest/gtest.h>
 
 #include <algorithm>
+#include <map>
 #include <string>
 #include <vector>
 
@@ -184,6 +185,39 @@ TEST_F(Categories, ChildrenAndParentsFollowTheReferences) {
     EXPECT_EQ(nodeNames(nodes), (Names{"WidthReg", "HeightReg"}));
     d.node("BlackLevel")->GetChildren(nodes);
     EXPECT_TRUE(nodes.empty());
+}
+
+// On the largest vendor description: a node's parents are the nodes that link
+// to it by any property (reading, invalidating, selecting, aliasing), each
+// once, in map order.
+TEST(Parents, AreTheReverseOfEveryLinkInMapOrder) {
+    CNodeMapRef map;
+    map._LoadXMLFromFile(QUILLON_CORPUS_DIR "/Basler_a2A2600-20gmBAS.xml");
+    NodeList_t nodes;
+    map._GetNodes(nodes);
+    std::map<INode*, NodeList_t> expected;
+    for (INode* n : nodes) {
+        NodeList_t links, invalidators;
+        n->GetChildren(links);
+        n->GetChildren(invalidators, ctInvalidatingChildren);
+        links.insert(links.end(), invalidators.begin(), invalidators.end());
+        FeatureList_t selected;
+        CSelectorPtr(n)->GetSelectedFeatures(selected);
+        for (IValue* v : selected) links.push_back(v->GetNode());
+        for (INode* alias : {n->GetAlias(), n->GetCastAlias()})
+            if (alias) links.push_back(alias);
+        for (INode* target : links)
+            if (expected[target].empty() || expected[target].back() != n)
+                expected[target].push_back(n);
+    }
+    size_t withParents = 0;
+    for (INode* n : nodes) {
+        NodeList_t parents;
+        n->GetParents(parents);
+        EXPECT_EQ(parents, expected[n]) << n->GetName();
+        withParents += !parents.empty();
+    }
+    EXPECT_GT(withParents, nodes.size() / 2);
 }
 
 } // namespace

@@ -6,7 +6,7 @@
 #include <QApplication>
 #include <QImage>
 #include <QLineEdit>
-#include <QListWidget>
+#include <QListView>
 #include <QTemporaryDir>
 
 #include <cstdlib>
@@ -45,7 +45,7 @@ TEST(DialogImages, FindWindowAndFileAccessDialog) {
     find.resize(340, 360);
     find.queryEdit().setText(QStringLiteral("width"));
     emit find.queryEdit().textEdited(find.queryEdit().text());
-    ASSERT_GT(find.nameList().count(), 0);
+    ASSERT_GT(find.nameList().model()->rowCount(), 0);
     const QString findPath = dir + QStringLiteral("/find.png");
     ASSERT_TRUE(SaveWindowImage(find, findPath));
     ExpectImage(findPath, find);

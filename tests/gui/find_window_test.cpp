@@ -6,7 +6,7 @@
 #include <QComboBox>
 #include <QKeyEvent>
 #include <QLineEdit>
-#include <QListWidget>
+#include <QListView>
 #include <QPlainTextEdit>
 #include <QPushButton>
 
@@ -66,14 +66,14 @@ TEST(FindWindow, CtrlFOpensItAndEnterSelectsTheFirstMatchInTheTree) {
     // "Find " and the caption the browser computes, whatever the host named it.
     EXPECT_EQ(f.window.windowTitle().toStdString(), "Host title");
     EXPECT_EQ(find.windowTitle().toStdString(), "Find Torvex TVX1280M (Q_DEV0) Features");
-    EXPECT_GT(find.nameList().count(), 20) << "an empty query lists every name";
+    EXPECT_GT(find.nameList().model()->rowCount(), 20) << "an empty query lists every name";
 
     find.queryEdit().setFocus();
     Type(find.queryEdit(), QStringLiteral("offsetx"));
-    ASSERT_GT(find.nameList().count(), 0);
+    ASSERT_GT(find.nameList().model()->rowCount(), 0);
     std::vector<std::string> names;
-    for (int i = 0; i < find.nameList().count(); ++i) {
-        names.push_back(find.nameList().item(i)->text().toStdString());
+    for (int i = 0; i < find.nameList().model()->rowCount(); ++i) {
+        names.push_back(find.nameList().model()->index(i, 0).data().toString().toStdString());
         EXPECT_NE(Lower(names.back()).find("offsetx"), std::string::npos) << names.back();
     }
     EXPECT_TRUE(
@@ -98,13 +98,13 @@ TEST(FindWindow, TheKeyboardFollowsNamesEnterInTheListHidesAndTheNextFindStartsA
     f.window.show();
     FindWindow& find = f.window.findWindow();
     f.window.findButton().click();
-    const int all = find.nameList().count();
+    const int all = find.nameList().model()->rowCount();
     Type(find.queryEdit(), QStringLiteral("gain"));
-    ASSERT_GT(find.nameList().count(), 1);
+    ASSERT_GT(find.nameList().model()->rowCount(), 1);
     find.nameList().setFocus();
     for (int step = 0; step < 2; ++step) {
         Press(find.nameList(), Qt::Key_Down);
-        const int row = find.nameList().currentRow();
+        const int row = find.nameList().currentIndex().row();
         ASSERT_GE(row, 0);
         EXPECT_EQ(f.window.tree().SelectedItem(), find.shown()[static_cast<size_t>(row)].treeItem)
             << "a selection by keyboard is followed in the tree";
@@ -119,7 +119,7 @@ TEST(FindWindow, TheKeyboardFollowsNamesEnterInTheListHidesAndTheNextFindStartsA
     ASSERT_TRUE(find.isVisible());
     EXPECT_EQ(find.queryEdit().text().toStdString(), "");
     EXPECT_EQ(find.focusWidget(), &find.queryEdit());
-    EXPECT_EQ(find.nameList().count(), all);
+    EXPECT_EQ(find.nameList().model()->rowCount(), all);
 }
 
 // A child browser rebuilds its tree each time the host shows it: the find

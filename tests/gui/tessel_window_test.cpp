@@ -9,9 +9,11 @@
 #include <QFileInfo>
 #include <QImage>
 #include <QPlainTextEdit>
+#include <QScrollBar>
 #include <QStandardPaths>
 #include <QTemporaryDir>
 
+#include <algorithm>
 #include <functional>
 #include <string>
 
@@ -175,4 +177,23 @@ int main(int argc, char** argv) {
     setenv("QT_QPA_PLATFORM", "offscreen", 0);
     QApplication app(argc, argv);
     return RUN_ALL_TESTS();
+}
+
+// Rows arriving while a tree is built: after the shown rows, under a
+// collapsed item, or between shown rows; the shown rows stay those of the
+// tree, in its order.
+TEST(ColumnTree, RowsInsertedAnywhereShowInTreeOrder) {
+    ColumnTreeWidget tree;
+    const TreeItem a = tree.InsertItem(kTopLevel, "A");
+    const TreeItem a1 = tree.InsertItem(a, "A1");
+    tree.Expand(kTopLevel);
+    const TreeItem a2 = tree.InsertItem(a, "A2"); // after the last shown row
+    const TreeItem b = tree.InsertItem(kTopLevel, "B");
+    const TreeItem b1 = tree.InsertItem(b, "B1"); // under a collapsed item
+    const TreeItem a3 = tree.InsertItem(a, "A3"); // between A2 and B
+    EXPECT_EQ(tree.VisibleItemsFromFirst(), (std::vector<TreeItem>{a, a1, a2, a3, b}));
+    tree.SetExpanded(b, true);
+    EXPECT_EQ(tree.VisibleItemsFromFirst(), (std::vector<TreeItem>{a, a1, a2, a3, b, b1}));
+    EXPECT_EQ(tree.verticalScrollBar()->maximum() + tree.verticalScrollBar()->pageStep(),
+              std::max(6, tree.verticalScrollBar()->pageStep()));
 }

@@ -79,6 +79,47 @@ TEST(QuillonCommand, ReadsWritesAndRefusesClearly) {
     EXPECT_EQ(quillon("frobnicate").status, 2);
 }
 
+// A command's descriptions come through the node-map cache, in the folder the
+// environment names or else the user's; a file changed in place (same size,
+// same time) is read anew.
+TEST(QuillonCommand, CachesDescriptionsWhereTheEnvironmentSaysAndNeverServesStale) {
+    char name[] = "/tmp/quillon_cache_XXXXXX";
+    ASSERT_NE(mkdtemp(name), nullptr);
+    const std::string dir = name;
+    const std::string xml = dir + "/camera.xml";
+    namespace fs = std::filesystem;
+    fs::copy_file(QUILLON_SOURCE_DIR "/data/QseqControl.xml", xml);
+    const struct {
+        std::string environment, folder;
+    } rows[] = {
+        {"GENICAM_CACHE_V3_4=" + dir + "/named", dir + "/named"},
+        {"-u GENICAM_CACHE_V3_4 XDG_CACHE_HOME=" + dir + "/xdg", dir + "/xdg/quillon"},
+        {"-u GENICAM_CACHE_V3_4 -u XDG_CACHE_HOME HOME=" + dir + "/home",
+         dir + "/home/.cache/quillon"},
+    };
+    const std::string tree = "tree --xml " + xml + " 2>&1";
+    const Outcome parsed = runCommand("env -u GENICAM_CACHE_V3_4 HOME=/nonexistent " +
+                                      std::string(QUILLON_EXECUTABLE) + " " + tree);
+    ASSERT_TRUE(has(parsed.out, "Sequence Control\n")) << parsed.out;
+    for (const auto& row : rows) {
+        const std::string command =
+            "env " + row.environment + " " + QUILLON_EXECUTABLE + " " + tree;
+        EXPECT_EQ(runCommand(command).out, parsed.out) << row.environment;
+        EXPECT_EQ(runCommand(command).out, parsed.out) << row.environment << " (cached)";
+        EXPECT_TRUE(fs::exists(row.folder) && !fs::is_empty(row.folder)) << row.folder;
+    }
+    std::string text;
+    std::getline(std::ifstream(xml), text, '\0');
+    const auto modified = fs::last_write_time(xml);
+    text.replace(text.find("Sequence Control"), 16, "Sequence Central");
+    std::ofstream(xml, std::ios::trunc) << text;
+    fs::last_write_time(xml, modified);
+    EXPECT_TRUE(
+        has(runCommand("env " + rows[0].environment + " " + QUILLON_EXECUTABLE + " " + tree).out,
+            "Sequence Central\n"));
+    fs::remove_all(dir);
+}
+
 TEST(QuillonCommand, ExplainsSlicesAndPrintsSessionsAsCode) {
     struct Case {
         const char* arguments;
@@ -148,7 +189,7 @@ TEST(QuillonCommand, SavesLoadsAndComparesFeatureSets) {
          "quillon: " + dir + "/bad.txt:2: a section must be written [Caption]\n"},
         {"load " + dir + "/none.txt", 2, "quillon: cannot read '" + dir + "/none.txt'\n"},
         {"save " + dir + "/none/saved.txt", 2,
-         "quillon: cannot write '" + dir + "/none/saved.txt'\n"},
+         "quillon: Cannot create " + dir + "/none/saved.txt.part: No such file or directory\n"},
         {"diff " + saved, 2, "quillon: diff compares two sources (quillon diff --help)\n"},
     };
     for (const Row& row : rows) {

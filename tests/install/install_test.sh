@@ -17,6 +17,15 @@ tree=$("$prefix/bin/quillon" tree --level standard)
 grep -q "^  Board Information (installed)$" <<<"$tree" || { echo "the installed quillon read other descriptions"; exit 1; }
 grep -q "^    Width 	 1280$" <<<"$tree" || { echo "the installed quillon shows no camera"; exit 1; }
 
+# The modules the installed programs open on first use lie beside the libraries.
+libdir=$(dirname "$(find "$prefix" -name libgenapi.so | head -1)")
+[[ -e $libdir/genapi_zip.so ]] || { echo "genapi_zip.so is not installed beside libgenapi.so"; exit 1; }
+if [[ -e $libdir/libquillon.so ]]; then
+  [[ -e $libdir/quillon_window.so ]] || { echo "quillon_window.so is not installed"; exit 1; }
+  env -u DISPLAY -u WAYLAND_DISPLAY "$prefix/bin/quillon" --screenshot "$prefix/shot.png" >/dev/null
+  [[ -s $prefix/shot.png ]] || { echo "the installed quillon drew no window"; exit 1; }
+fi
+
 # A C host built from the pkg-config files alone.
 export PKG_CONFIG_PATH="$prefix/lib/pkgconfig:$prefix/lib/$(gcc -print-multiarch 2>/dev/null)/pkgconfig"
 if ! pkg-config --exists quillon; then

@@ -1,6 +1,10 @@
 #include "cache/node_map_cache.h"
 
 #include <fcntl.h>
+#include <sys/mman.h>
+#if defined(__x86_64__)
+#include <cpuid.h>
+#endif
 #include <sys/stat.h>
 #include <unistd.h>
 
@@ -19,7 +23,7 @@ namespace GenApi::detail {
 namespace {
 constexpr char kMagic[8] = {'Q', 'G', 'N', 'M', 'A', 'P', 'C', '1'};
 // Raised whenever the layout of any node's cached state changes.
-constexpr uint32_t kFormatVersion = 5;
+constexpr uint32_t kFormatVersion = 6;
 
 struct StoredLink {
     uint32_t role;
@@ -82,7 +86,13 @@ __attribute__((target("sse4.2"))) uint64_t checksumCrc(const uint8_t* p, size_t 
 uint64_t NodeMapCache::checksum(const void* data, size_t size) {
     const auto* p = static_cast<const uint8_t*>(data);
 #if defined(__x86_64__)
-    static const bool crc = __builtin_cpu_supports("sse4.2");
+    // One cpuid, on first use: __builtin_cpu_supports would link the compiler's
+    // CPU probe, which runs dozens of cpuid instructions at every start-up
+    // (each a trap to the hypervisor on a virtual machine).
+    static const bool crc = [] {
+        unsigned a = 0, b = 0, c = 0, d = 0;
+        return __get_cpuid(1, &a, &b, &c, &d) && (c & bit_SSE4_2) != 0;
+    }();
     if (crc) return checksumCrc(p, size);
 #endif
     return checksumPortable(p, size);
@@ -104,11 +114,20 @@ CacheKey NodeMapCache::keyForFile(const std::string& path) {
     std::error_code ec;
     key.identity = std::filesystem::absolute(path, ec).string();
     if (ec) key.identity = path;
+    int fd = ::open(path.c_str(), O_RDONLY | O_CLOEXEC);
+    if (fd < 0) return key;
     struct stat st {};
-    if (::stat(path.c_str(), &st) == 0) {
+    if (::fstat(fd, &st) == 0) {
         key.size = static_cast<uint64_t>(st.st_size);
         key.modified = static_cast<int64_t>(st.st_mtim.tv_sec) * 1000000000 + st.st_mtim.tv_nsec;
     }
+    // The content too: a file rewritten within one tick of the file system's
+    // clock, or copied with its old time, keeps size and time but is another
+    // description. Hashed in chunks of a small buffer: no memory to fault in.
+    std::vector<char> chunk(64 * 1024);
+    for (ssize_t got; (got = ::read(fd, chunk.data(), chunk.size())) > 0;)
+        key.contentHash = (key.contentHash ^ checksum(chunk.data(), static_cast<size_t>(got))) * 0x100000001b3ull;
+    ::close(fd);
     return key;
 }
 
@@ -121,7 +140,9 @@ CacheKey NodeMapCache::keyForMemory(std::string_view bytes) {
 }
 
 std::string NodeMapCache::fileFor(const std::string& dir, const CacheKey& key) {
-    std::string id = key.identity + "#" + std::to_string(key.contentHash);
+    // One cache file per description file, replaced when the file changes;
+    // descriptions in memory are told apart by their content alone.
+    std::string id = key.identity + "#" + std::to_string(key.identity == "memory" ? key.contentHash : 0);
     char name[40];
     std::snprintf(name, sizeof name, "%016llx.gncache",
                   static_cast<unsigned long long>(checksum(id.data(), id.size())));
@@ -132,32 +153,32 @@ std::unique_ptr<NodeMap> NodeMapCache::load(const std::string& cacheFile, const 
                                             const std::string& deviceName) {
     int fd = ::open(cacheFile.c_str(), O_RDONLY | O_CLOEXEC);
     if (fd < 0) return nullptr;
-    struct Closer {
-        int fd;
-        ~Closer() { ::close(fd); }
-    } closer{fd};
-    auto readAll = [fd](void* to, size_t n) {
-        auto* p = static_cast<char*>(to);
-        while (n > 0) {
-            ssize_t got = ::read(fd, p, n);
-            if (got <= 0) return false;
-            p += got;
-            n -= static_cast<size_t>(got);
-        }
-        return true;
-    };
+    struct stat st {};
+    if (::fstat(fd, &st) != 0 || st.st_size < static_cast<off_t>(sizeof(Header))) {
+        ::close(fd);
+        return nullptr;
+    }
+    // Mapped rather than read: the page cache's pages serve directly, with no
+    // copy and no fresh memory to fault in. Cache files are replaced by
+    // renaming, never rewritten in place, so the mapped file keeps its size.
+    const auto fileSize = static_cast<size_t>(st.st_size);
+    void* mapped = ::mmap(nullptr, fileSize, PROT_READ, MAP_PRIVATE | MAP_POPULATE, fd, 0);
+    ::close(fd);
+    if (mapped == MAP_FAILED) return nullptr;
+    struct Unmapper {
+        void* at;
+        size_t size;
+        ~Unmapper() { ::munmap(at, size); }
+    } unmapper{mapped, fileSize};
     Header h{};
-    if (!readAll(&h, sizeof h)) return nullptr;
+    std::memcpy(&h, mapped, sizeof h);
     if (std::memcmp(h.magic, kMagic, sizeof kMagic) != 0 || h.version != kFormatVersion) return nullptr;
-    // The header must agree with the file: a damaged size never drives an allocation.
-    std::error_code ec;
-    uintmax_t fileSize = std::filesystem::file_size(cacheFile, ec);
-    if (ec || fileSize < sizeof h || h.payloadSize != fileSize - sizeof h) return nullptr;
+    // The header must agree with the file: a damaged size never drives a read.
+    if (h.payloadSize != fileSize - sizeof h) return nullptr; // truncated
     auto size = static_cast<size_t>(h.payloadSize);
-    std::unique_ptr<char[]> buffer(new char[size]); // no zero fill: it is read over at once
-    if (!readAll(buffer.get(), size)) return nullptr; // truncated
-    if (checksum(buffer.get(), size) != h.payloadChecksum) return nullptr; // damaged
-    return read(std::string_view(buffer.get(), size), key, deviceName);
+    const char* bytes = static_cast<const char*>(mapped) + sizeof h;
+    if (checksum(bytes, size) != h.payloadChecksum) return nullptr; // damaged
+    return read(std::string_view(bytes, size), key, deviceName);
 }
 
 std::unique_ptr<NodeMap> NodeMapCache::read(std::string_view payload, const CacheKey& key,

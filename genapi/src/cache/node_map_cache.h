@@ -13,7 +13,8 @@ namespace GenApi::detail {
 class NodeMap;
 
 // What identifies a description's content: for a file its absolute path,
-// size and modification time; for a memory block its size and a hash.
+// size, modification time and a hash of its bytes; for a memory block its
+// size and a hash.
 struct CacheKey {
     std::string identity;
     uint64_t size = 0;

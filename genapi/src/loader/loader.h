@@ -8,6 +8,7 @@
 #include <string>
 #include <string_view>
 
+#include "name_table.h"
 #include "node.h"
 #include "node_map.h"
 
@@ -47,11 +48,20 @@ private:
 
     NodeMap& map_;
     std::string source_;
+    NameTable<Node*> names_;
 };
+
+// A description is a few MiB at most: a file or a zip member larger than
+// this is refused.
+inline constexpr uint64_t kMaxDescriptionSize = 64ull * 1024 * 1024;
 
 // Reads a description from a file or memory, plain or zipped, into XML text.
 std::string readDescriptionFile(const std::string& path, bool zipped);
+// Zipped descriptions are read by the module genapi_zip.so beside this
+// library, loaded on first use: its one function answers the member's text
+// or false and the reason.
 std::string unzipDescription(const void* data, size_t size, const std::string& sourceName);
+using UnzipFunction = bool (*)(const void* data, size_t size, std::string& xml, std::string& failure);
 // Drops any text before the first '<' (some descriptions carry a header line).
 std::string_view stripPreamble(std::string_view xml);
 

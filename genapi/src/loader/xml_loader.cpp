@@ -22,9 +22,11 @@ std::string_view localName(const char* qualified) {
     return colon == std::string_view::npos ? n : n.substr(colon + 1);
 }
 
+bool isSpace(char c) { return c == ' ' || c == '\t' || c == '\r' || c == '\n'; }
+
 std::string_view trim(std::string_view t) {
-    while (!t.empty() && std::strchr(" \t\r\n", t.front())) t.remove_prefix(1);
-    while (!t.empty() && std::strchr(" \t\r\n", t.back())) t.remove_suffix(1);
+    while (!t.empty() && isSpace(t.front())) t.remove_prefix(1);
+    while (!t.empty() && isSpace(t.back())) t.remove_suffix(1);
     return t;
 }
 
@@ -45,11 +47,35 @@ size_t lineOf(std::string_view text, ptrdiff_t offset) {
     return static_cast<size_t>(std::count(text.begin(), end, '\n')) + 1;
 }
 
+// Sorts the name index: the names' first eight bytes, compared as one
+// number, decide most comparisons without a call to memcmp.
+void sortByName(std::vector<std::pair<std::string_view, Node*>>& index) {
+    std::vector<std::pair<uint64_t, uint32_t>> keyed; // (prefix, position in index)
+    keyed.reserve(index.size());
+    for (size_t i = 0; i < index.size(); ++i) {
+        std::string_view name = index[i].first;
+        unsigned char bytes[8] = {};
+        std::memcpy(bytes, name.data(), std::min<size_t>(8, name.size()));
+        uint64_t prefix = 0; // big-endian: numeric order is byte order
+        for (unsigned char b : bytes) prefix = prefix << 8 | b;
+        keyed.emplace_back(prefix, static_cast<uint32_t>(i));
+    }
+    std::sort(keyed.begin(), keyed.end(), [&index](const auto& a, const auto& b) {
+        if (a.first != b.first) return a.first < b.first;
+        return index[a.second].first < index[b.second].first;
+    });
+    std::vector<std::pair<std::string_view, Node*>> sorted;
+    sorted.reserve(index.size());
+    for (const auto& k : keyed) sorted.push_back(index[k.second]);
+    index.swap(sorted);
+}
+
 } // namespace
 
 struct Loader::Builder {
     Loader& loader;
     NodeMap& map;
+    std::string joined{}; // an element text in several pieces
 
     TextRef store(std::string_view text) {
         TextRef r{static_cast<uint32_t>(map.arena_.size()), static_cast<uint32_t>(text.size())};
@@ -57,12 +83,17 @@ struct Loader::Builder {
         return r;
     }
 
-    // The element's text: its PCDATA and CDATA pieces, trimmed.
-    static std::string elementText(const pugi::xml_node& e) {
-        std::string text;
-        for (pugi::xml_node c = e.first_child(); c; c = c.next_sibling())
-            if (c.type() == pugi::node_pcdata || c.type() == pugi::node_cdata) text += c.value();
-        return std::string(trim(text));
+    // The element's text: its PCDATA and CDATA pieces, trimmed. Most
+    // elements hold one piece, seen in place; several are joined in `joined`.
+    static std::string_view elementText(const pugi::xml_node& e, std::string& joined) {
+        pugi::xml_node c = e.first_child();
+        if (!c) return {};
+        if (!c.next_sibling() && (c.type() == pugi::node_pcdata || c.type() == pugi::node_cdata))
+            return trim(c.value());
+        joined.clear();
+        for (; c; c = c.next_sibling())
+            if (c.type() == pugi::node_pcdata || c.type() == pugi::node_cdata) joined += c.value();
+        return trim(joined);
     }
 
     uint16_t propertyId(std::string_view name) {
@@ -80,15 +111,17 @@ struct Loader::Builder {
         std::string_view name = localName(e.name());
         r.name = propertyId(name);
         r.level = level;
-        r.value = store(elementText(e));
-        std::string attrs;
+        r.value = store(elementText(e, joined));
+        // Written straight into the arena: most elements have no attributes.
+        std::string& arena = map.arena_;
+        r.attributes.off = static_cast<uint32_t>(arena.size());
         for (pugi::xml_attribute a = e.first_attribute(); a; a = a.next_attribute()) {
-            if (!attrs.empty()) attrs += '\t';
-            attrs += a.name();
-            attrs += '=';
-            attrs += a.value();
+            if (arena.size() != r.attributes.off) arena += '\t';
+            arena += a.name();
+            arena += '=';
+            arena += a.value();
         }
-        r.attributes = store(attrs);
+        r.attributes.len = static_cast<uint32_t>(arena.size() - r.attributes.off);
         map.records_.push_back(r);
         if (level == 0 && r.name != static_cast<uint16_t>(Prop::Extension))
             for (pugi::xml_node c = e.first_child(); c; c = c.next_sibling())
@@ -216,11 +249,15 @@ void Loader::finish() {
     auto& index = map_.byName_;
     index.reserve(map_.nodes_.size());
     for (auto& n : map_.nodes_) index.emplace_back(n->name(), n.get());
-    std::sort(index.begin(), index.end(), [](const auto& a, const auto& b) { return a.first < b.first; });
+    sortByName(index);
     for (size_t i = 1; i < index.size(); ++i)
         if (index[i].first == index[i - 1].first)
             throw PROPERTY_EXCEPTION("%s: node '%.*s' is defined twice", source_.c_str(),
                                      static_cast<int>(index[i].first.size()), index[i].first.data());
+    // References are resolved through a hash table while loading: a dozen
+    // string comparisons of a bisection per reference are most of linking.
+    names_ = NameTable<Node*>(index.size());
+    for (const auto& [name, node] : index) names_.insert(name, node);
     for (auto& n : map_.nodes_) {
         n->linkBegin_ = static_cast<uint32_t>(map_.linkPool_.size());
         const PropertyRecord* records = map_.records(n->firstRecord_);
@@ -240,29 +277,43 @@ void Loader::finish() {
     }
     // Dependents: the reverse of every reference, except aliases; a selector's
     // selected features depend on the selector. Built as one sorted pool.
-    std::vector<std::pair<uint32_t, uint32_t>> edges; // (node, dependent)
-    edges.reserve(map_.linkPool_.size());
-    for (auto& n : map_.nodes_) {
-        for (const Link& l : n->links()) {
-            if (l.role == Prop::pAlias || l.role == Prop::pCastAlias || l.node == n.get()) continue;
-            if (l.role == Prop::pSelected) {
-                edges.emplace_back(n->index(), l.node->index());
-                l.node->addSelecting(n.get());
-            } else {
-                edges.emplace_back(l.node->index(), n->index());
+    // Each node's dependents sorted and unique: bucketed by node in two passes
+    // over the links, then each (short) bucket sorted.
+    auto forEachEdge = [&](auto&& take) { // take(node, dependent)
+        for (auto& n : map_.nodes_)
+            for (const Link& l : n->links()) {
+                if (l.role == Prop::pAlias || l.role == Prop::pCastAlias || l.node == n.get()) continue;
+                if (l.role == Prop::pSelected) take(n.get(), l.node);
+                else take(l.node, n.get());
             }
-        }
+    };
+    for (auto& n : map_.nodes_) n->dependentCount_ = 0;
+    forEachEdge([](Node* n, Node*) { ++n->dependentCount_; });
+    uint32_t total = 0;
+    for (auto& n : map_.nodes_) {
+        n->dependentBegin_ = total;
+        total += n->dependentCount_;
+        n->dependentCount_ = 0;
     }
-    std::sort(edges.begin(), edges.end());
-    edges.erase(std::unique(edges.begin(), edges.end()), edges.end());
-    map_.dependentPool_.reserve(edges.size());
-    for (size_t i = 0; i < edges.size();) {
-        Node* n = map_.nodes_[edges[i].first].get();
-        n->dependentBegin_ = static_cast<uint32_t>(map_.dependentPool_.size());
-        for (; i < edges.size() && edges[i].first == n->index(); ++i)
-            map_.dependentPool_.push_back(map_.nodes_[edges[i].second].get());
-        n->dependentCount_ = static_cast<uint32_t>(map_.dependentPool_.size()) - n->dependentBegin_;
+    auto& pool = map_.dependentPool_;
+    pool.resize(total);
+    forEachEdge([&](Node* n, Node* dependent) { pool[n->dependentBegin_ + n->dependentCount_++] = dependent; });
+    auto byIndex = [](const Node* a, const Node* b) { return a->index() < b->index(); };
+    auto kept = pool.begin();
+    for (auto& n : map_.nodes_) {
+        auto first = pool.begin() + n->dependentBegin_, last = first + n->dependentCount_;
+        std::sort(first, last, byIndex);
+        auto end = std::unique(first, last);
+        auto begin = kept;
+        kept = kept == first ? end : std::copy(first, end, kept); // moves down, never onto itself
+        n->dependentBegin_ = static_cast<uint32_t>(begin - pool.begin());
+        n->dependentCount_ = static_cast<uint32_t>(kept - begin);
     }
+    pool.erase(kept, pool.end());
+    pool.shrink_to_fit();
+    for (auto& n : map_.nodes_)
+        for (const Link& l : n->links())
+            if (l.role == Prop::pSelected && l.node != n.get()) l.node->addSelecting(n.get());
     map_.linkPool_.shrink_to_fit();
     // Features are what the categories from "Root" reach.
     if (auto* root = dynamic_cast<CategoryNode*>(map_.find("Root"))) {
@@ -284,7 +335,8 @@ void Loader::finish() {
 
 Node* Loader::ref(Node& from, Prop role, std::string_view name) {
     name = trim(name);
-    Node* target = map_.find(name);
+    Node* const* found = names_.find(name);
+    Node* target = found ? *found : nullptr;
     if (!target)
         throw PROPERTY_EXCEPTION("%s: node '%.*s' refers to node '%.*s' (%.*s), which does not exist",
                                  source_.c_str(), static_cast<int>(from.name().size()), from.name().data(),

@@ -1,8 +1,8 @@
 // The node type of each element name.
 #include <algorithm>
-#include <unordered_map>
 #include <vector>
 
+#include "name_table.h"
 #include "node_map.h"
 #include "nodes/node_types.h"
 
@@ -15,8 +15,9 @@ NodePtr make(NodeMap& map, uint32_t index) {
 }
 using Maker = NodePtr (*)(NodeMap&, uint32_t);
 
-const std::unordered_map<std::string_view, Maker>& makers() {
-    static const std::unordered_map<std::string_view, Maker> table = {
+// Every node type by element name, in one list.
+const std::vector<std::pair<std::string_view, Maker>>& typeList() {
+    static const std::vector<std::pair<std::string_view, Maker>> list = {
         {"Node", &make<PlainNode>},
         {"Category", &make<CategoryNode>},
         {"Integer", &make<IntegerNode>},
@@ -42,22 +43,31 @@ const std::unordered_map<std::string_view, Maker>& makers() {
         {"AdvFeatureLock", &make<AdvFeatureLockNode>},
         {"SmartFeature", &make<SmartFeatureNode>},
     };
+    return list;
+}
+
+const NameTable<Maker>& makers() {
+    static const NameTable<Maker> table = [] {
+        NameTable<Maker> t(typeList().size());
+        for (const auto& [name, maker] : typeList()) t.insert(name, maker);
+        return t;
+    }();
     return table;
 }
 } // namespace
 
 NodePtr createNode(std::string_view element, NodeMap& map, uint32_t index) {
-    auto it = makers().find(element);
-    return it == makers().end() ? nullptr : it->second(map, index);
+    const Maker* maker = makers().find(element);
+    return maker ? (*maker)(map, index) : nullptr;
 }
 
-bool isNodeType(std::string_view element) { return makers().count(element) != 0; }
+bool isNodeType(std::string_view element) { return makers().find(element) != nullptr; }
 
 namespace {
 const std::vector<std::pair<std::string_view, Maker>>& numbered() {
     // Sorted by name so that the numbers never depend on hash order.
     static const auto table = [] {
-        std::vector<std::pair<std::string_view, Maker>> t(makers().begin(), makers().end());
+        std::vector<std::pair<std::string_view, Maker>> t = typeList();
         std::sort(t.begin(), t.end());
         return t;
     }();

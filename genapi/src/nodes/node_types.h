@@ -10,6 +10,7 @@
 
 #include "formula/node_variables.h"
 #include "node.h"
+#include "node_map.h"
 
 namespace GenApi::detail {
 
@@ -76,6 +77,9 @@ public:
     void write(const uint8_t* buffer, int64_t n);
     void dropCache() { cacheValid_ = false; }
     bool cacheValid() const { return cacheValid_; }
+    int64_t cachedAddress() const { return cacheAddress_; }
+    int64_t cachedLength() const { return static_cast<int64_t>(cache_.size()); }
+    RegisterCacheNote& indexNote() { return indexNote_; }
     // Drops the cache when [address, address+n) on `port` overlaps it.
     void dropIfOverlaps(int64_t address, int64_t n, const void* port);
     void serialize(Archive& archive);
@@ -106,6 +110,7 @@ private:
     bool cacheValid_ = false;
     int64_t cacheAddress_ = 0;
     std::vector<uint8_t> cache_;
+    RegisterCacheNote indexNote_;
     friend class Node;
 };
 

@@ -128,6 +128,7 @@ void RegisterCore::read(uint8_t* buffer, int64_t n, bool ignoreCache) {
         cache_.assign(buffer, buffer + n);
         cacheAddress_ = addr;
         cacheValid_ = true;
+        owner_.map().registerCached(&owner_, addr, n);
     }
 }
 
@@ -140,6 +141,7 @@ void RegisterCore::write(const uint8_t* buffer, int64_t n) {
         cache_.assign(buffer, buffer + n);
         cacheAddress_ = addr;
         cacheValid_ = true;
+        owner_.map().registerCached(&owner_, addr, n);
     } else {
         cacheValid_ = false;
     }
