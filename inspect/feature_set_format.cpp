@@ -23,9 +23,10 @@ std::string_view trimmed(std::string_view t) {
     return t;
 }
 
-// Feature and selector names: anything but blanks and the format's own signs.
+// Feature names as descriptions spell them: letters, digits and underscores
+// (a stray byte such as a byte-order mark is no name).
 bool isNameChar(char c) {
-    return !isBlank(c) && c != '[' && c != ']' && c != '=' && c != '#' && c != '"' && c != '\r';
+    return (c >= 'A' && c <= 'Z') || (c >= 'a' && c <= 'z') || (c >= '0' && c <= '9') || c == '_';
 }
 
 bool parseUnsigned(std::string_view t, int base, uint64_t& out) {
@@ -154,8 +155,17 @@ ParsedFeatureSet ParseFeatureSet(std::string_view text) {
                 fail("a section must be written [Caption]");
                 continue;
             }
-            parsed.set.sections.push_back(
-                {std::string(trimmed(raw.substr(1, raw.size() - 2))), number, {}, {}});
+            std::string caption(trimmed(raw.substr(1, raw.size() - 2)));
+            // Sections pair with node maps (and with each other) by caption.
+            const auto& sections = parsed.set.sections;
+            auto same = std::find_if(sections.begin() + 1, sections.end(),
+                                     [&](const FeatureSection& s) { return s.caption == caption; });
+            if (same != sections.end()) {
+                fail("[" + caption + "] is given twice (first on line " +
+                     std::to_string(same->lineNumber) + ")");
+                continue;
+            }
+            parsed.set.sections.push_back({std::move(caption), number, {}, {}});
             continue;
         } else {
             std::string why;

@@ -7,6 +7,7 @@ QUILLON_PACKAGES=(
   libgtest-dev libgmock-dev libbenchmark-dev
   libaravis-dev libusb-1.0-0-dev
   qt6-base-dev
+  clang libclang-rt-dev
 )
 
 quillon_ensure_packages() {
