@@ -18,9 +18,10 @@ set_target_properties(quillon_host PROPERTIES INSTALL_RPATH "$ORIGIN/${QUILLON_B
 
 install(TARGETS ${QUILLON_LIBRARIES} LIBRARY DESTINATION ${CMAKE_INSTALL_LIBDIR})
 install(TARGETS quillon_host RUNTIME DESTINATION ${CMAKE_INSTALL_BINDIR})
-# Modules opened on first use: zip archives beside the engine, the command's
-# window beside the browser library.
-install(TARGETS genapi_zip LIBRARY DESTINATION ${CMAKE_INSTALL_LIBDIR})
+# Modules opened on first use: zip archives beside the engine, Aravis beside
+# the imaging library, the command's window beside the browser library.
+set_target_properties(qorvis_aravis PROPERTIES INSTALL_RPATH "$ORIGIN")
+install(TARGETS genapi_zip qorvis_aravis LIBRARY DESTINATION ${CMAKE_INSTALL_LIBDIR})
 if(QUILLON_HAVE_GUI)
   set_target_properties(quillon_window PROPERTIES INSTALL_RPATH "$ORIGIN")
   install(TARGETS quillon_window LIBRARY DESTINATION ${CMAKE_INSTALL_LIBDIR})

@@ -1,15 +1,18 @@
-// Aravis's device layer behind Camera. Register offsets are the standards'
-// own: the GigE Vision bootstrap registers and the USB3 Vision technology
-// agnostic bootstrap register map (ABRM).
-#include "cameras/aravis_camera.h"
-
+// qorvis_aravis.so: Aravis's device layer behind Camera, a module the
+// library opens on first use (camera.cpp). Register offsets are the
+// standards' own: the GigE Vision bootstrap registers and the USB3 Vision
+// technology agnostic bootstrap register map (ABRM).
 #include <arv.h>
 
 #include <algorithm>
+#include <atomic>
 #include <cctype>
 #include <cstdio>
 #include <cstring>
+#include <mutex>
 #include <thread>
+
+#include "cameras/camera.h"
 
 #include "api/errors.h"
 #include "qorvis.h"
@@ -79,16 +82,46 @@ bool parseLocalUrl(const std::string& url, std::string& name, uint64_t& address,
     return length > 0 && (*end == '\0' || *end == '?');
 }
 
-} // namespace
 
-struct Camera::Device {
-    ArvDevice* device = nullptr;
-    ~Device() {
-        if (device) g_object_unref(device);
-    }
+class AravisCamera final : public Camera {
+public:
+    AravisCamera(ArvDevice* device, const std::string& name);
+    ~AravisCamera() override;
+
+    void read(uint64_t address, void* buffer, std::size_t length) override;
+    void write(uint64_t address, const void* buffer, std::size_t length) override;
+    ServedDescription description() override;
+    const CameraInfo& info() const override { return info_; }
+    bool lost() const override { return lost_; }
+    std::string state() const override;
+    uint64_t reads() const override { return reads_; }
+    uint64_t writes() const override { return writes_; }
+
+private:
+    // Owns the reference Aravis gave; let go on a thread of its own for a
+    // lost camera (see the destructor).
+    struct Device {
+        ArvDevice* device = nullptr;
+        ~Device() {
+            if (device) g_object_unref(device);
+        }
+    };
+    [[noreturn]] void failed(GError* error, const char* operation, uint64_t address,
+                             std::size_t length);
+    void markLost(const std::string& reason);
+    std::string readText(uint64_t address, std::size_t length);
+
+    std::unique_ptr<Device> device_;
+    CameraInfo info_;
+    mutable std::mutex mutex_; // one access at a time; guards lostReason_
+    std::atomic<bool> lost_{false};
+    std::string lostReason_;
+    std::atomic<uint64_t> reads_{0};
+    std::atomic<uint64_t> writes_{0};
 };
 
-std::vector<CameraInfo> discoverCameras() {
+
+std::vector<CameraInfo> discover() {
     std::lock_guard<std::mutex> lock(aravisMutex());
     arv_update_device_list();
     std::vector<CameraInfo> cameras;
@@ -106,38 +139,34 @@ std::vector<CameraInfo> discoverCameras() {
     return cameras;
 }
 
-bool namesCamera(const CameraInfo& camera, const std::string& name) {
-    if (name.empty()) return false;
-    for (const std::string* field : {&camera.id, &camera.serial, &camera.userName, &camera.address})
-        if (*field == name) return true;
-    return !camera.physicalAddress.empty() && lower(camera.physicalAddress) == lower(name);
-}
-
-std::unique_ptr<Camera> Camera::open(const std::string& name) {
-    auto device = std::make_unique<Device>();
+std::unique_ptr<Camera> open(const std::string& name) {
+    ArvDevice* device = nullptr;
     {
         std::lock_guard<std::mutex> lock(aravisMutex());
         GError* error = nullptr;
-        device->device = arv_open_device(name.c_str(), &error);
+        device = arv_open_device(name.c_str(), &error);
         if (error) {
             const bool notFound =
                 error->domain == ARV_DEVICE_ERROR && error->code == ARV_DEVICE_ERROR_NOT_FOUND;
             std::string message = error->message;
             g_error_free(error);
-            if (device->device) {
-                g_object_unref(device->device);
-                device->device = nullptr;
-            }
+            if (device) g_object_unref(device);
             if (notFound) return nullptr;
             api::fail(Q_ERR_CAMERA, "The camera could not be opened.", name + ": " + message);
         }
     }
-    if (!device->device) return nullptr;
-    return std::unique_ptr<Camera>(new Camera(std::move(device), name));
+    if (!device) return nullptr;
+    return std::make_unique<AravisCamera>(device, name);
 }
 
-Camera::Camera(std::unique_ptr<Device> device, const std::string& name)
-    : device_(std::move(device)) {
+std::string version() {
+    return "Aravis " + std::to_string(arv_get_major_version()) + "." +
+           std::to_string(arv_get_minor_version()) + "." + std::to_string(arv_get_micro_version());
+}
+
+AravisCamera::AravisCamera(ArvDevice* device, const std::string& name)
+    : device_(std::make_unique<Device>()) {
+    device_->device = device;
     info_.id = name;
     ArvDevice* d = device_->device;
     if (ARV_IS_GV_DEVICE(d)) {
@@ -164,21 +193,21 @@ Camera::Camera(std::unique_ptr<Device> device, const std::string& name)
     }
 }
 
-Camera::~Camera() {
+AravisCamera::~AravisCamera() {
     // Aravis takes leave of a camera it controls (a register write); a lost
     // one would keep the caller for the whole time-out, so it is let go on a
     // thread of its own.
     if (lost_) std::thread([device = std::move(device_)] {}).detach();
 }
 
-std::string Camera::readText(uint64_t address, std::size_t length) {
+std::string AravisCamera::readText(uint64_t address, std::size_t length) {
     std::string value(length, '\0');
     read(address, value.data(), length);
     value.resize(strnlen(value.c_str(), length));
     return value;
 }
 
-void Camera::read(uint64_t address, void* buffer, std::size_t length) {
+void AravisCamera::read(uint64_t address, void* buffer, std::size_t length) {
     std::lock_guard<std::mutex> lock(mutex_);
     if (lost_) api::fail(Q_ERR_CAMERA, "Camera not responding.", lostReason_);
     if (length == 0) return;
@@ -189,7 +218,7 @@ void Camera::read(uint64_t address, void* buffer, std::size_t length) {
         failed(error, "read", address, length);
 }
 
-void Camera::write(uint64_t address, const void* buffer, std::size_t length) {
+void AravisCamera::write(uint64_t address, const void* buffer, std::size_t length) {
     std::lock_guard<std::mutex> lock(mutex_);
     if (lost_) api::fail(Q_ERR_CAMERA, "Camera not responding.", lostReason_);
     if (length == 0) return;
@@ -210,8 +239,8 @@ void Camera::write(uint64_t address, const void* buffer, std::size_t length) {
     if (!done) failed(error, "write", address, length);
 }
 
-void Camera::failed(void* raw, const char* operation, uint64_t address, std::size_t length) {
-    auto* error = static_cast<GError*>(raw);
+void AravisCamera::failed(GError* error, const char* operation, uint64_t address,
+                          std::size_t length) {
     std::string message = error ? error->message : "no answer";
     const bool lost = !error || meansLost(error);
     if (error) g_error_free(error);
@@ -225,17 +254,17 @@ void Camera::failed(void* raw, const char* operation, uint64_t address, std::siz
     api::fail(Q_ERR_CAMERA, "Camera access refused.", message + ": " + where + ".");
 }
 
-void Camera::markLost(const std::string& reason) {
+void AravisCamera::markLost(const std::string& reason) {
     lostReason_ = reason;
     lost_ = true;
 }
 
-std::string Camera::state() const {
+std::string AravisCamera::state() const {
     std::lock_guard<std::mutex> lock(mutex_);
     return lost_ ? "Not responding: " + lostReason_ : "Answering";
 }
 
-ServedDescription Camera::description() {
+ServedDescription AravisCamera::description() {
     ServedDescription d;
     if (ARV_IS_GV_DEVICE(device_->device)) {
         d.url = readText(gev::kFirstUrl, gev::kUrlSize);
@@ -266,4 +295,13 @@ ServedDescription Camera::description() {
     return d;
 }
 
+} // namespace
+
 } // namespace qorvis::cameras
+
+extern "C" __attribute__((visibility("default"))) const qorvis::cameras::AravisLayer*
+QorvisAravisLayer() {
+    static const qorvis::cameras::AravisLayer layer{qorvis::cameras::discover, qorvis::cameras::open,
+                                                   qorvis::cameras::version};
+    return &layer;
+}

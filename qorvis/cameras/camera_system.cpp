@@ -2,8 +2,6 @@
 // classes a browser's port gives each range, as the simulated board's do.
 #include "cameras/camera_system.h"
 
-#include <arv.h>
-
 #include <cstring>
 #include <string>
 
@@ -54,11 +52,6 @@ ControlType selectedText(int64_t number, std::string_view name, std::string Came
 ControlType cameraText(int64_t number, std::string_view name, std::string CameraInfo::*field) {
     return computedTextType(number, name,
                             [field](api::Object& o) { return asDigitizer(o).info.*field; });
-}
-
-std::string aravisVersion() {
-    return "Aravis " + std::to_string(arv_get_major_version()) + "." +
-           std::to_string(arv_get_minor_version()) + "." + std::to_string(arv_get_micro_version());
 }
 
 // The camera node map's port. A failed access becomes the library's pending

@@ -1,6 +1,6 @@
 // The camera system: the back-end behind Q_SYSTEM_CAMERAS. Its digitizers
 // are the GigE Vision and USB3 Vision cameras of the machine, each opened
-// through Aravis (aravis_camera.h); the camera's node map is the library's
+// through Aravis (camera.h); the camera's node map is the library's
 // own engine over the description the camera serves, read through a port
 // whose failures become the library's pending error. This file gives the
 // system and its digitizers their control-type tables and builds them; api/
@@ -14,7 +14,7 @@
 
 #include "api/control_types.h"
 #include "api/objects.h"
-#include "cameras/aravis_camera.h"
+#include "cameras/camera.h"
 
 namespace qorvis::cameras {
 

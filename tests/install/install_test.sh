@@ -19,7 +19,9 @@ grep -q "^    Width 	 1280$" <<<"$tree" || { echo "the installed quillon shows n
 
 # The modules the installed programs open on first use lie beside the libraries.
 libdir=$(dirname "$(find "$prefix" -name libgenapi.so | head -1)")
-[[ -e $libdir/genapi_zip.so ]] || { echo "genapi_zip.so is not installed beside libgenapi.so"; exit 1; }
+for module in genapi_zip.so qorvis_aravis.so; do
+  [[ -e $libdir/$module ]] || { echo "$module is not installed beside the libraries"; exit 1; }
+done
 if [[ -e $libdir/libquillon.so ]]; then
   [[ -e $libdir/quillon_window.so ]] || { echo "quillon_window.so is not installed"; exit 1; }
   env -u DISPLAY -u WAYLAND_DISPLAY "$prefix/bin/quillon" --screenshot "$prefix/shot.png" >/dev/null

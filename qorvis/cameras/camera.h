@@ -1,7 +1,8 @@
 // The cameras of the machine as Aravis's device layer reaches them: discovery,
 // opening one camera, register and memory access, and the GenICam
-// description the camera serves. Nothing here uses Aravis's own GenICam
-// engine; the library's node maps read through Camera::read and write.
+// description the camera serves. Nothing uses Aravis's own GenICam engine;
+// the library's node maps read through Camera::read and write. Aravis itself
+// is in qorvis_aravis.so (aravis_camera.cpp), loaded on first use.
 //
 // Failures are api::Failure with Q_ERR_CAMERA. A camera that does not answer
 // within its own time-out (GigE Vision: five tries of 500 ms) or whose
@@ -9,10 +10,8 @@
 // so a window, a polling thread or a transfer never waits on it again.
 #pragma once
 
-#include <atomic>
 #include <cstdint>
 #include <memory>
-#include <mutex>
 #include <string>
 #include <vector>
 
@@ -45,6 +44,8 @@ struct ServedDescription {
     bool zipped = false;
 };
 
+// One opened camera. Failures are api::Failure with Q_ERR_CAMERA; a camera
+// that stopped answering fails every later access at once.
 class Camera {
 public:
     // The camera Aravis knows by `name` (identifier, user name, IP or MAC
@@ -52,44 +53,39 @@ public:
     // description Aravis cannot read) are a Failure.
     static std::unique_ptr<Camera> open(const std::string& name);
     // Returns at once, also for a lost camera.
-    ~Camera();
-    Camera(const Camera&) = delete;
-    Camera& operator=(const Camera&) = delete;
+    virtual ~Camera() = default;
 
     // Bytes in the camera's own order. Serialised per camera: the polling
     // thread and the window's thread take turns.
-    void read(uint64_t address, void* buffer, std::size_t length);
-    void write(uint64_t address, const void* buffer, std::size_t length);
+    virtual void read(uint64_t address, void* buffer, std::size_t length) = 0;
+    virtual void write(uint64_t address, const void* buffer, std::size_t length) = 0;
 
     // Where the camera keeps its description (read at each call), and the
     // file: a zipped one read from the camera as it is, a plain one as
     // Aravis read it when it opened the camera.
-    ServedDescription description();
+    virtual ServedDescription description() = 0;
 
     // What the camera says about itself (bootstrap registers); the
     // identifier is the name it was opened by.
-    const CameraInfo& info() const { return info_; }
-    bool lost() const { return lost_; }
+    virtual const CameraInfo& info() const = 0;
+    virtual bool lost() const = 0;
     // "Answering", or why the camera counts as lost.
-    std::string state() const;
-    uint64_t reads() const { return reads_; }
-    uint64_t writes() const { return writes_; }
-
-private:
-    struct Device;
-    explicit Camera(std::unique_ptr<Device> device, const std::string& name);
-    [[noreturn]] void failed(void* error, const char* operation, uint64_t address,
-                             std::size_t length);
-    void markLost(const std::string& reason);
-    std::string readText(uint64_t address, std::size_t length);
-
-    std::unique_ptr<Device> device_;
-    CameraInfo info_;
-    mutable std::mutex mutex_; // one access at a time; guards lostReason_
-    std::atomic<bool> lost_{false};
-    std::string lostReason_;
-    std::atomic<uint64_t> reads_{0};
-    std::atomic<uint64_t> writes_{0};
+    virtual std::string state() const = 0;
+    virtual uint64_t reads() const = 0;
+    virtual uint64_t writes() const = 0;
 };
+
+// "Aravis 0.8.26": the device layer's version.
+std::string aravisVersion();
+
+// What qorvis_aravis.so gives the library: Aravis, with GLib and the rest of
+// its libraries, loads only into a process that asks for a camera, so a host
+// that never does starts without them.
+struct AravisLayer {
+    std::vector<CameraInfo> (*discover)();
+    std::unique_ptr<Camera> (*open)(const std::string& name);
+    std::string (*version)();
+};
+inline constexpr char kAravisLayerEntry[] = "QorvisAravisLayer";
 
 } // namespace qorvis::cameras
