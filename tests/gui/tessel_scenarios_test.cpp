@@ -108,9 +108,16 @@ struct DialogAnswerer {
             for (QWidget* w : QApplication::topLevelWidgets()) {
                 if (!w->isVisible()) continue;
                 if (auto* files = qobject_cast<QFileDialog*>(w)) {
+                    if (files->property("answered").toBool()) continue;
+                    files->setProperty("answered", true);
                     modes.push_back(files->acceptMode());
                     files->selectFile(QString::fromStdString(path));
-                    static_cast<QDialog*>(files)->accept(); // QFileDialog::accept, protected there
+                    // Accepted once this slot has returned: a timer's slot is
+                    // not run again inside a loop it started, so a box the
+                    // file dialog opens would never be answered.
+                    QTimer::singleShot(0, files, [files] {
+                        static_cast<QDialog*>(files)->accept(); // QFileDialog::accept, protected there
+                    });
                 } else if (auto* box = qobject_cast<QMessageBox*>(w)) {
                     messages.push_back(box->windowTitle().toStdString() + ": " +
                                        box->text().toStdString());

@@ -44,9 +44,12 @@ bool Drive(QWidget* browser, const QString& path) {
     QTimer answers; // the file dialog and the message box run loops of their own
     QObject::connect(&answers, &QTimer::timeout, [&] {
         for (QWidget* w : QApplication::topLevelWidgets()) {
-            if (auto* chooser = qobject_cast<QFileDialog*>(w); chooser && chooser->isVisible()) {
+            if (auto* chooser = qobject_cast<QFileDialog*>(w);
+                chooser && chooser->isVisible() && !chooser->property("answered").toBool()) {
+                chooser->setProperty("answered", true);
                 chooser->selectFile(path);
-                static_cast<QDialog*>(chooser)->accept();
+                // After this slot returns, so that a box it opens is answered.
+                QTimer::singleShot(0, chooser, [chooser] { static_cast<QDialog*>(chooser)->accept(); });
             } else if (auto* box = qobject_cast<QMessageBox*>(w); box && box->isVisible()) {
                 ++messages;
                 box->accept();
