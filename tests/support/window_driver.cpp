@@ -44,12 +44,9 @@ bool Drive(QWidget* browser, const QString& path) {
     QTimer answers; // the file dialog and the message box run loops of their own
     QObject::connect(&answers, &QTimer::timeout, [&] {
         for (QWidget* w : QApplication::topLevelWidgets()) {
-            if (auto* chooser = qobject_cast<QFileDialog*>(w);
-                chooser && chooser->isVisible() && !chooser->property("answered").toBool()) {
-                chooser->setProperty("answered", true);
+            if (auto* chooser = qobject_cast<QFileDialog*>(w); chooser && chooser->isVisible()) {
                 chooser->selectFile(path);
-                // After this slot returns, so that a box it opens is answered.
-                QTimer::singleShot(0, chooser, [chooser] { static_cast<QDialog*>(chooser)->accept(); });
+                static_cast<QDialog*>(chooser)->accept();
             } else if (auto* box = qobject_cast<QMessageBox*>(w); box && box->isVisible()) {
                 ++messages;
                 box->accept();
