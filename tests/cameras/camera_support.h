@@ -7,7 +7,6 @@
 #include <sys/wait.h>
 #include <zip.h>
 
-#include <array>
 #include <cstdio>
 #include <fstream>
 #include <sstream>
@@ -140,9 +139,9 @@ inline Outcome Quillon(const std::string& arguments, bool withStderr = true) {
     FILE* pipe = popen(
         (QUILLON_EXECUTABLE " " + arguments + (withStderr ? " 2>&1" : " 2>/dev/null")).c_str(),
         "r");
-    std::array<char, 4096> chunk;
-    for (size_t n; (n = fread(chunk.data(), 1, chunk.size(), pipe)) > 0;)
-        run.out.append(chunk.data(), n);
+    char chunk[4096];
+    for (size_t n; (n = fread(chunk, 1, sizeof chunk, pipe)) > 0;)
+        run.out.append(chunk, n);
     int raw = pclose(pipe);
     run.status = WIFEXITED(raw) ? WEXITSTATUS(raw) : -1;
     return run;

@@ -129,8 +129,7 @@ static void modeless_and_windowless(void) {
     CHECK(api.createV3(sim.sys, 0, records, 1, WINDOWLESS, 0, &windowless) == 0);
     CHECK(windowless != 0 && windowless != modeless && !application_made());
     CHECK(api.createV3(sim.sys, 0, NULL, 0, 77, 0, &closed) == 0);
-    CHECK(!modal_run_made_application());
-    CHECK(!modal_run_made_application());
+    CHECK(!modal_run_made_application() && !modal_run_made_application());
     /* By window handle, by controller handle alone, and by the other two names. */
     api.destroy(modeless, (Window)window);
     api.destroyV2(windowless, 0);

@@ -3,7 +3,6 @@
 // entry carries, with the version of record 0 for all.
 #include <gtest/gtest.h>
 
-#include <cstring>
 #include <filesystem>
 #include <fstream>
 #include <string>
@@ -100,6 +99,6 @@ TEST(DeviceRecords, EachKindObtainsItsNodeMapOrDropsTheRecord) {
               "Camera|fourth|11");
     EXPECT_EQ(set.title(), std::optional<std::string>("from a dropped record"));
     fs::remove_all(broken);
-    EXPECT_TRUE(DeviceSet(nullptr, 3).devices().empty());
-    EXPECT_TRUE(DeviceSet(records, -1).devices().empty());
+    EXPECT_TRUE(DeviceSet(nullptr, 3).devices().empty() &&
+                DeviceSet(records, -1).devices().empty());
 }

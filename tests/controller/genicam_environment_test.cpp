@@ -53,8 +53,7 @@ TEST(GenICamEnvironment, EachMissingPieceStopsTheSetUpWhereItIsNeeded) {
     const std::tuple<const char*, std::string, std::string, std::string, bool, bool, std::string,
                      std::string>
         cases[] = {
-            // what, installation, repository, PATH, folder there, module there, last step, PATH
-            // after
+            // what, installation, repository, PATH, folder, module, last step, PATH after
             {"complete", "C:\\G", "D:\\R", "X", true, true, complete, bin + "X"},
             {"installation with a separator", "C:\\G\\", "D:\\R", "X", true, true, complete,
              bin + "X"},

@@ -1,5 +1,6 @@
 // Feature access through the C API: the digitizer's camera, and the system's
 // own description over the library's port; the embedded descriptions.
+#include <bit>
 #include <cctype>
 #include <fstream>
 #include <sstream>
@@ -20,12 +21,11 @@ protected:
             on == 'S' ? QsysInquireFeature(sys, what, name, as, out)
                       : QdigInquireFeature(dig, what, name, as, out);
         };
-        QOR_INT64 size = 0, integer = -1;
-        double floating = -1;
+        QOR_INT64 size = 0, value = -1;
+        std::ostringstream out;
         if (type != Q_TYPE_STRING) {
-            inquire(Q_FEATURE_VALUE, type, type == Q_TYPE_DOUBLE ? (void*)&floating : &integer);
-            std::ostringstream out;
-            type == Q_TYPE_DOUBLE ? out << floating : out << integer;
+            inquire(Q_FEATURE_VALUE, type, &value);
+            type == Q_TYPE_DOUBLE ? out << std::bit_cast<double>(value) : out << value;
             return out.str();
         }
         inquire(Q_FEATURE_VALUE + Q_STRING_SIZE, Q_TYPE_QOR_INT, &size);
@@ -35,11 +35,10 @@ protected:
         return text.substr(0, text.size() - 1);
     }
     void write(char on, const char* name, int64_t type, const std::string& value) {
-        const QOR_INT64 integer = std::isdigit(value[0]) ? std::stoll(value) : 0;
-        const double floating = type == Q_TYPE_DOUBLE ? std::stod(value) : 0;
-        const void* in = type == Q_TYPE_STRING   ? (const void*)value.c_str()
-                         : type == Q_TYPE_DOUBLE ? (const void*)&floating
-                                                 : &integer;
+        const QOR_INT64 number = type == Q_TYPE_DOUBLE ? std::bit_cast<QOR_INT64>(std::stod(value))
+                                 : std::isdigit(value[0]) ? std::stoll(value)
+                                                          : 0;
+        const void* in = type == Q_TYPE_STRING ? (const void*)value.c_str() : &number;
         on == 'S' ? QsysControlFeature(sys, Q_FEATURE_VALUE, name, type, in)
                   : QdigControlFeature(dig, Q_FEATURE_VALUE, name, type, in);
     }

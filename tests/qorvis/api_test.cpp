@@ -1,7 +1,6 @@
 // The C API's objects and control types: settings, constants, texts and the
 // refusals of each, the error state, identifiers and allocation.
 #include <cstring>
-#include <functional>
 #include <limits>
 #include <set>
 #include <span>
@@ -195,6 +194,22 @@ TEST_F(Api, ThePendingErrorItsTextsAndItsOneLineWhilePrintingIsOn) {
     EXPECT_EQ(QappGetError(app, Q_CURRENT_SUB_2 + Q_TEXT, text), 255);
     EXPECT_EQ(std::strlen(text), 255u);
     EXPECT_EQ(text[256], 'x') << "nothing written past 256 characters";
+}
+
+TEST_F(Api, AnErrorContextHoldsTheErrorStateUntilItsOneRestore) {
+    QappControl(app, Q_ERROR_EXCEPTION, 3);
+    QdigControl(dig, Q_DIG_CHANNEL, 9);
+    const QOR_ID context = QappErrorContextSave();
+    EXPECT_EQ(QappGetError(app, Q_CURRENT, nullptr), 0) << "what runs now starts with none";
+    QappControl(app, Q_ERROR_EXCEPTION, -9999);
+    QdigInquire(dig, 987654, nullptr);
+    QappControl(app, Q_ERROR_PRINT, Q_PRINT_ENABLE);
+    QappErrorContextRestore(context);
+    EXPECT_EQ(get(On::App, Q_ERROR_PRINT), Q_PRINT_DISABLE);
+    EXPECT_EQ(get(On::App, Q_ERROR_EXCEPTION), 3);
+    EXPECT_EQ(takeError().line, "QdigControl: Value 9 is not one of 0, 1, 2, 3.");
+    QappErrorContextRestore(context);
+    EXPECT_EQ(takeError().code, Q_ERR_INVALID_IDENTIFIER) << "restored once";
 }
 
 TEST_F(Api, EveryKindAnswersItsTypeAndAGenericIdentifier) {

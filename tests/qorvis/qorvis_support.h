@@ -52,8 +52,7 @@ inline void expectRefusals(const std::vector<Refusal>& refusals) {
 
 enum class On { App, Sys, Dig, Seq };
 
-// Every test starts with a fresh application (default error settings, no
-// error pending, printing off) and a system, digitizer and sequence.
+// A fresh application (default settings, printing off) with a system, digitizer and sequence.
 class QorvisTest : public ::testing::Test {
 protected:
     QOR_ID app = 0, sys = 0, dig = 0, seq = 0;
@@ -61,9 +60,8 @@ protected:
     void SetUp() override {
         ASSERT_NE(QappAlloc(QOR_TEXT("tests"), &app), 0);
         QappControl(Q_DEFAULT_APPLICATION, Q_ERROR_PRINT, Q_PRINT_DISABLE);
-        ASSERT_NE(QsysAlloc(app, Q_SYSTEM_SIMULATED, 0, Q_DEFAULT, &sys), 0);
-        ASSERT_NE(QdigAlloc(sys, 0, QOR_TEXT(""), Q_DEFAULT, &dig), 0);
-        ASSERT_NE(QseqAlloc(sys, 0, 1, Q_DEFAULT, &seq), 0);
+        QdigAlloc(QsysAlloc(app, Q_SYSTEM_SIMULATED, 0, Q_DEFAULT, &sys), 0, "", Q_DEFAULT, &dig);
+        ASSERT_NE(QseqAlloc(sys, 0, 1, Q_DEFAULT, &seq) * dig, 0);
     }
     void TearDown() override {
         takeError();
