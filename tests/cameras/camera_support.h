@@ -78,8 +78,7 @@ public:
         arv_fake_camera_write_memory(fake(), address, static_cast<guint32>(bytes.size()),
                                      bytes.data());
     }
-    // The description file as served.
-    std::string Served() const {
+    std::string Served() const { // the description file
         if (!served_.empty()) return ReadFile(served_);
         size_t size = 0;
         const char* xml = arv_fake_camera_get_genicam_xml(fake(), &size);

@@ -31,7 +31,6 @@ protected:
         inquire(Q_FEATURE_VALUE + Q_STRING_SIZE, Q_TYPE_QOR_INT, &size);
         std::string text(static_cast<std::size_t>(std::max<QOR_INT64>(size, 1)), '?');
         inquire(Q_FEATURE_VALUE, type, text.data());
-        EXPECT_EQ(text.back(), '\0') << name;
         return text.substr(0, text.size() - 1);
     }
     void write(char on, const char* name, int64_t type, const std::string& value) {
@@ -116,6 +115,8 @@ TEST_F(Features, FailuresBecomePendingErrors) {
          F, control, "PixelFormat has no entry named \"Mono99\"."},
         {[&] { QdigInquireFeature(dig, Q_FEATURE_VALUE, "Width", Q_TYPE_INT64, nullptr); }, P, in,
          "Invalid user variable pointer."},
+        {[&] { QdigInquireFeature(dig, Q_FEATURE_SIZE, "LUTValueAll", Q_TYPE_QOR_INT, nullptr); },
+         P, in, "Invalid user variable pointer."},
         {[&] { QdigControlFeature(dig, Q_FEATURE_VALUE, "Width", Q_TYPE_INT64, &tooWide); }, F,
          control, "Width"}, // the engine's description
         {[&] { QsysControlFeature(sys, Q_FEATURE_VALUE, "FanSpeedReg", Q_TYPE_INT64, &fan); }, F,

@@ -148,13 +148,14 @@ TEST_F(Api, RefusalsNameTheFunctionAndChangeNothing) {
     const char* ops[] = {"Control", "ControlInt64", "Inquire"};
     QOR_INT64 v = 12;
     for (const auto& [on, op, type, value, code, message] : rows) {
-        op == Inquire     ? (void)inquire(on, type, &v)
-        : op == Control64 ? set64(on, type, static_cast<int64_t>(value))
-                          : set(on, type, value);
+        const QOR_INT returned = op == Inquire ? inquire(on, type, &v)
+                                 : op == Control64
+                                     ? (set64(on, type, static_cast<int64_t>(value)), 0)
+                                     : (set(on, type, value), 0);
         const std::string line =
             std::string(kinds[static_cast<int>(on)]) + ops[op] + ": " + message;
-        Error e = takeError();
-        EXPECT_EQ(e.code, code) << line;
+        const Error e = takeError();
+        EXPECT_EQ(e.code + returned, code) << line << " (a failed inquire returns 0)";
         EXPECT_EQ(e.line.substr(0, line.size()), line);
     }
     EXPECT_EQ(v, 12) << "a failure leaves the output alone";

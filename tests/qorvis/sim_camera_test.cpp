@@ -57,8 +57,7 @@ protected:
         run(steps + "; FileOperationExecute!");
         return get("FileOperationStatus") == "Success";
     }
-    // The first bytes of the file access buffer.
-    Bytes buffer(size_t n) {
+    Bytes buffer(size_t n) { // its first bytes
         Bytes bytes(1024);
         CRegisterPtr(node("FileAccessBuffer"))->Get(bytes.data(), 1024);
         return Bytes(bytes.begin(), bytes.begin() + static_cast<std::ptrdiff_t>(n));
@@ -68,7 +67,8 @@ protected:
 } // namespace
 
 TEST_F(SimCamera, PowerOnValuesAndWritesInTheRegistersByteOrder) {
-    run("DeviceVendorName?Torvex; DeviceModelName?TVX1280M; DeviceSerialNumber?TVX21A0042; "
+    run("LineSelector?Line0; LineStatus?true; DeviceVendorName?Torvex; "
+        "DeviceModelName?TVX1280M; DeviceSerialNumber?TVX21A0042; "
         "DeviceFirmwareBuildId?0x5A3C19F2; GevCurrentIPAddress?192.168.0.1; "
         "GevCurrentSubnetMask?255.255.255.0; GevCurrentDefaultGateway?192.168.0.254; "
         "GevMACAddress?02:54:56:58:00:2A; GevDeviceModeIsBigEndian?true; DeviceStatusReady?1; "
