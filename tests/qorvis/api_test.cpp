@@ -19,8 +19,8 @@ namespace {
 constexpr int64_t kMiB = int64_t{1} << 20;
 class Api : public QorvisTest {};
 
-QOR_INT noWork(void*) {
-    return 0;
+QOR_INT mark(void* data) { // a thread function: marks the int it is given, if any
+    return data ? *static_cast<int*>(data) = 1 : 0;
 }
 
 extern "C" int qorvis_c_api_check(void);
@@ -63,7 +63,7 @@ TEST_F(Api, SettingsPersistPerObjectAndQDefaultRestoresThem) {
 
 TEST_F(Api, ConstantsCountsAndComputedValues) {
     QOR_ID thread = 0;
-    QthrAlloc(sys, noWork, nullptr, &thread);
+    QthrAlloc(sys, mark, nullptr, &thread);
     // The driver keeps 64 MiB, the digitizer four images, the sequence eight.
     const int64_t image = 1280 * 1024, free = (int64_t{4} << 30) - 64 * kMiB - 12 * image;
     using Value = std::pair<int64_t, int64_t>;
@@ -215,7 +215,8 @@ TEST_F(Api, AnErrorContextHoldsTheErrorStateUntilItsOneRestore) {
 
 TEST_F(Api, EveryKindAnswersItsTypeAndAGenericIdentifier) {
     QOR_ID thread = 0, d = 0;
-    QthrAlloc(sys, noWork, nullptr, &thread);
+    int ran = 0;
+    QthrAlloc(sys, mark, &ran, &thread);
     std::set<int64_t> generics;
     const std::pair<QOR_ID, int64_t> objects[] = {
         {app, Q_APPLICATION_OBJECT}, {sys, Q_SYSTEM_OBJECT},    {dig, Q_DIGITIZER_OBJECT},
@@ -226,6 +227,7 @@ TEST_F(Api, EveryKindAnswersItsTypeAndAGenericIdentifier) {
     }
     EXPECT_EQ(generics.size(), 5u) << "one per object";
     EXPECT_FALSE(generics.contains(app) || generics.contains(sys) || generics.contains(0));
+    EXPECT_EQ((QthrWait(thread, Q_THREAD_WAIT_END), ran), 1) << "the thread ran its function";
     QthrFree(thread);
     QdigFree(QdigAlloc(sys, 1, QOR_TEXT(""), Q_DEFAULT, &d));
     EXPECT_GT(QdigAlloc(sys, 1, QOR_TEXT(""), Q_DEFAULT, nullptr), d)
@@ -239,8 +241,6 @@ TEST_F(Api, AllocationsAndIdentifiersThatAreRefused) {
     QOR_ID freed = 0, thread = 0, s = 55;
     QdigAlloc(sys, 2, QOR_TEXT(""), Q_DEFAULT, &freed);
     QdigFree(freed);
-    QthrAlloc(sys, noWork, nullptr, &thread);
-    QthrFree(thread);
     QOR_INT64 v = 77;
     const QOR_INT64 bad = Q_ERR_INVALID_IDENTIFIER, param = Q_ERR_INVALID_PARAMETER;
     const std::string gone = std::to_string(freed) + " names no allocated object.";
