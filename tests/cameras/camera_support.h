@@ -1,6 +1,5 @@
-// What the camera tests share: Aravis's fake GigE Vision camera on 127.0.0.1
-// inside the test's private network namespace, the camera system over it,
-// and the quillon command.
+// What the camera tests share: Aravis's fake GigE Vision camera on 127.0.0.1,
+// the camera system over it, and the quillon command.
 #pragma once
 
 #include <arv.h>
@@ -8,12 +7,11 @@
 #include <sys/wait.h>
 #include <zip.h>
 
-#include <array>
 #include <cstdio>
 #include <fstream>
 #include <sstream>
 #include <string>
-#include <vector>
+#include <tuple>
 
 #include "GenApi/GenApi.h"
 #include "browser/text_tree.h"
@@ -35,18 +33,14 @@ inline std::string ReadFile(const std::string& path) {
 // `file`, zipped when asked (its URL then names a .zip file).
 class FakeCamera {
 public:
-    explicit FakeCamera(const std::string& file = {}, bool zipped = false) : zipped_(zipped) {
+    explicit FakeCamera(const std::string& file = {}, bool zipped = false)
+        : zipped_(zipped), served_(file) {
         if (zipped) {
-            static std::string xml; // read by zip_close
-            xml = ReadFile(file);
-            served_ = std::string(std::getenv("TMPDIR") ? std::getenv("TMPDIR") : "/tmp") +
-                      "/quillon_camera_" + std::to_string(getpid()) + ".zip";
+            served_ = "/tmp/quillon_camera_" + std::to_string(getpid()) + ".zip";
             zip_t* archive = zip_open(served_.c_str(), ZIP_CREATE | ZIP_TRUNCATE, nullptr);
-            zip_file_add(archive, "test_camera.xml",
-                         zip_source_buffer(archive, xml.data(), xml.size(), 0), 0);
+            zip_file_add(archive, "test_camera.xml", zip_source_file(archive, file.c_str(), 0, -1),
+                         0);
             zip_close(archive);
-        } else {
-            served_ = file;
         }
         Start();
     }
@@ -66,8 +60,7 @@ public:
         std::snprintf(url, sizeof url, "Local:test_camera.zip;10000;%zx", Served().size());
         if (zipped_) SetMemory(0x200, std::string(url, sizeof url));
     }
-    // The camera's own memory, bypassing the network: what it holds, and the
-    // changes it makes by itself. Registers are big-endian 32-bit words.
+    // The camera's own memory, bypassing the network. Registers are big-endian words.
     uint32_t Register(uint32_t address) const {
         guint32 value = 0;
         arv_fake_camera_read_register(fake(), address, &value);
@@ -85,8 +78,7 @@ public:
         arv_fake_camera_write_memory(fake(), address, static_cast<guint32>(bytes.size()),
                                      bytes.data());
     }
-    // The description file as served.
-    std::string Served() const {
+    std::string Served() const { // the description file
         if (!served_.empty()) return ReadFile(served_);
         size_t size = 0;
         const char* xml = arv_fake_camera_get_genicam_xml(fake(), &size);
@@ -113,19 +105,14 @@ struct CameraSystem {
         QsysFree(sys);
         QappFree(app);
     }
-    int64_t Inquire(QOR_INT64 type) const {
-        QOR_INT64 value = 0;
-        QdigInquire(dig, type, &value);
-        return value;
-    }
+    int64_t Inquire(QOR_INT64 type) const { return QdigInquire(dig, type, nullptr); }
     GenApi::INodeMap* CameraMap() const {
         return reinterpret_cast<GenApi::INodeMap*>(Inquire(Q_GC_NODE_MAP));
     }
     quillon::browser::NodeMapContext Context() const {
         quillon::browser::NodeMapContext context;
-        context.nodeMap = CameraMap();
-        context.objectKind = Q_DIGITIZER_OBJECT;
-        context.object = dig;
+        std::tie(context.nodeMap, context.objectKind, context.object) =
+            std::tuple(CameraMap(), Q_DIGITIZER_OBJECT, dig);
         return context;
     }
     QOR_ID app = 0, sys = 0, dig = 0;
@@ -145,18 +132,15 @@ struct Outcome {
     std::string out;
     int status = -1;
 };
-// The quillon command, with standard error unless told otherwise, and
-// `environment` changes as env(1) takes them.
-inline Outcome Quillon(const std::string& arguments, bool withStderr = true,
-                       const std::string& environment = {}) {
+// The quillon command, with standard error unless told otherwise.
+inline Outcome Quillon(const std::string& arguments, bool withStderr = true) {
     Outcome run;
-    FILE* pipe = popen(("env " + environment + " " QUILLON_EXECUTABLE " " + arguments +
-                        (withStderr ? " 2>&1" : " 2>/dev/null"))
-                           .c_str(),
-                       "r");
-    std::array<char, 4096> chunk;
-    for (size_t n; (n = fread(chunk.data(), 1, chunk.size(), pipe)) > 0;)
-        run.out.append(chunk.data(), n);
+    FILE* pipe = popen(
+        (QUILLON_EXECUTABLE " " + arguments + (withStderr ? " 2>&1" : " 2>/dev/null")).c_str(),
+        "r");
+    char chunk[4096];
+    for (size_t n; (n = fread(chunk, 1, sizeof chunk, pipe)) > 0;)
+        run.out.append(chunk, n);
     int raw = pclose(pipe);
     run.status = WIFEXITED(raw) ? WEXITSTATUS(raw) : -1;
     return run;

@@ -12,7 +12,8 @@ namespace quillon_test_support {
 inline std::string DescriptionHeader(const std::string& model = "Inline") {
     return "<RegisterDescription ModelName=\"" + model +
            "\" VendorName=\"Fixture\" StandardNameSpace=\"None\" SchemaMajorVersion=\"1\" "
-           "SchemaMinorVersion=\"1\" SchemaSubMinorVersion=\"0\" MajorVersion=\"1\" MinorVersion=\"0\" "
+           "SchemaMinorVersion=\"1\" SchemaSubMinorVersion=\"0\" MajorVersion=\"1\" "
+           "MinorVersion=\"0\" "
            "SubMinorVersion=\"0\" ProductGuid=\"00000000-0000-0000-0000-000000000001\" "
            "VersionGuid=\"00000000-0000-0000-0000-000000000002\" "
            "xmlns=\"http://www.genicam.org/GenApi/Version_1_1\">";
@@ -21,8 +22,8 @@ inline std::string DescriptionHeader(const std::string& model = "Inline") {
 // `body` in a complete description with the Device port and, unless the
 // body brings its own, an empty Root category.
 inline std::string Description(const std::string& body, bool emptyRoot = true) {
-    return DescriptionHeader() + (emptyRoot ? "<Category Name=\"Root\"/>" : "") + "<Port Name=\"Device\"/>" +
-           body + "</RegisterDescription>";
+    return DescriptionHeader() + (emptyRoot ? "<Category Name=\"Root\"/>" : "") +
+           "<Port Name=\"Device\"/>" + body + "</RegisterDescription>";
 }
 
 // A description loaded as the node map "Device" over a zero-filled port.

@@ -1,7 +1,6 @@
-// A private network namespace with only the loopback interface, for
-// everything that speaks GigE Vision: discovery broadcasts and GVCP never
-// leave the machine, and processes in namespaces of their own never share a
-// port. Shared by the camera tests and the camera benchmarks.
+// A private network namespace with only loopback, for everything that speaks
+// GigE Vision: nothing leaves the machine, and processes in namespaces of their
+// own never share a port. Shared by the camera tests and benchmarks.
 #pragma once
 
 #include <ifaddrs.h>
@@ -45,8 +44,7 @@ inline std::string EnterPrivateNetwork(char** argv) {
     if (geteuid() != 0) return "private network namespaces need root (unshare --net)";
     if (unshare(CLONE_NEWNET) != 0)
         return std::string("unshare(CLONE_NEWNET) failed: ") + std::strerror(errno);
-    // The namespace belongs to this thread: a fresh process image runs
-    // wholly inside it.
+    // The namespace belongs to this thread: a fresh process image runs inside it.
     setenv(kMarker, "1", 1);
     execv("/proc/self/exe", argv);
     return CheckLoopbackOnly();

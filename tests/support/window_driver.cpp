@@ -1,8 +1,7 @@
 // A user's find and download in a browser window, for the C lifecycle test:
-// Ctrl+F, "File Access Control", Enter (the row is selected), Enter on the
-// row, then "Download from Camera" with its file dialog and message box
-// answered. Loaded with dlopen beside libquillon.so, it reaches the window
-// only through Qt (the process's one QApplication) and the controls' names.
+// Ctrl+F, "File Access Control", Enter twice, then "Download from Camera" with
+// its file dialog and message box answered. Loaded with dlopen beside
+// libquillon.so, it reaches the window only through Qt and the controls' names.
 #include <QApplication>
 #include <QElapsedTimer>
 #include <QFileDialog>
@@ -68,15 +67,14 @@ bool Drive(QWidget* browser, const QString& path) {
 
 extern "C" {
 
-// Drives the browser whose window handle is `window`; 1 when every step went
-// as a user would see it.
+// Drives the browser of window handle `window`; 1 when every step went well.
 __attribute__((visibility("default"))) int quillon_drive_window(int64_t window, const char* path) {
     QWidget* browser = QWidget::find(static_cast<WId>(window));
     return browser && Drive(browser, QString::fromUtf8(path)) ? 1 : 0;
 }
 
-// Once the next modal browser runs its loop, it is driven (`*result` 1 when
-// every step went well) and closed. Needs an application object that lives on.
+// The next modal browser is driven once it runs its loop (`*result` 1 when
+// every step went well), then closed. Needs an application object that lives on.
 __attribute__((visibility("default"))) int quillon_drive_next_modal(const char* path, int* result) {
     if (!qApp) return 0;
     *result = 0;
@@ -89,9 +87,8 @@ __attribute__((visibility("default"))) int quillon_drive_next_modal(const char* 
     return 1;
 }
 
-// Empties Qt's pixmap cache, which keeps the icons of every file dialog (each
-// has icons of its own) up to its 10 MiB limit: heap measurements then see
-// what the browser keeps.
+// Empties Qt's pixmap cache (the file dialogs' icons, up to 10 MiB), so that
+// heap measurements see what the browser keeps.
 __attribute__((visibility("default"))) void quillon_drop_qt_caches() {
     QPixmapCache::clear();
 }
