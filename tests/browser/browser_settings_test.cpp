@@ -1,153 +1,137 @@
-// The stored placement and level: the keys they live under and how stored
-// values are applied on load.
+// The stored placement, columns and level and how a load applies them; the
+// title computed from the node maps.
 #include <gtest/gtest.h>
 
 #include <string>
 #include <vector>
 
 #include "browser/browser_settings.h"
+#include "browser/browser_title.h"
+#include "browser_support.h"
+#include "sim/sim_camera.h"
 
 using namespace quillon::browser;
+using quillon_browser_test::Entry;
+using quillon_browser_test::InlineMap;
 
 namespace {
 
 // A window whose tree is 40 pixels narrower than the window; records calls.
 struct RecordingWindow : SettingsTarget {
-    std::vector<std::string> calls;
-    int32_t x = 7, y = 9, width = 300, height = 300;
-    int32_t nameColumn = -1, valueColumn = -1;
+    std::string calls;
+    int32_t x = 7, y = 9, width = 300, height = 300, name = -1, value = -1;
     int level = 2;
     void MoveWindow(int32_t nx, int32_t ny, int32_t w, int32_t h) override {
-        calls.push_back("move");
+        calls += "move ";
         x = nx, y = ny, width = w, height = h;
     }
     void ResizeWindow(int32_t w, int32_t h) override {
-        calls.push_back("resize");
+        calls += "resize ";
         width = w, height = h;
     }
     int32_t TreeClientWidth() const override { return width - 40; }
-    void SetColumnWidths(int32_t name, int32_t value) override {
-        calls.push_back("columns");
-        nameColumn = name, valueColumn = value;
+    void SetColumnWidths(int32_t n, int32_t v) override {
+        calls += "columns ";
+        name = n, value = v;
     }
     int SelectedLevel() const override { return level; }
     void ChangeLevel(int l) override {
-        calls.push_back("level " + std::to_string(l));
+        calls += "level ";
         level = l;
     }
 };
 
-void Store(MemorySettingsStore& store, const char* key, int32_t x, int32_t y, int32_t w, int32_t h) {
-    store.Write(key, "PosX", x);
-    store.Write(key, "PosY", y);
-    store.Write(key, "Width", w);
-    store.Write(key, "Height", h);
-}
-
 } // namespace
 
-TEST(BrowserSettings, PositionIsAppliedOnlyWhenBothCoordinatesAreInRange) {
-    auto moved = [](std::optional<int32_t> x, std::optional<int32_t> y) {
-        return PlacementFromStored(x, y, 800, 600).move;
+TEST(BrowserSettings, StoredValuesAreAppliedOnlyWithinTheirLimits) {
+    using P = std::optional<int32_t>;
+    // Moved only when both coordinates are in 0..65535; too small or missing sizes are the default.
+    struct Row {
+        P x, y, width, height;
+        const char* placement;
     };
-    EXPECT_TRUE(moved(0, 0));
-    EXPECT_TRUE(moved(65535, 65535));
-    EXPECT_FALSE(moved(-5, 20));
-    EXPECT_FALSE(moved(20, -1));
-    EXPECT_FALSE(moved(65536, 20));
-    EXPECT_FALSE(moved(20, 65536));
-    EXPECT_FALSE(moved(std::nullopt, 20));
-
-    const WindowPlacement kept = PlacementFromStored(-5, 20, 800, 600);
-    EXPECT_EQ(kept.width, 800);
-    EXPECT_EQ(kept.height, 600);
-    const WindowPlacement placed = PlacementFromStored(30, 40, 800, 600);
-    EXPECT_EQ(placed.x, 30);
-    EXPECT_EQ(placed.y, 40);
-}
-
-TEST(BrowserSettings, TooSmallOrMissingSizeBecomesTheDefault) {
-    auto size = [](std::optional<int32_t> w, std::optional<int32_t> h) {
-        const WindowPlacement p = PlacementFromStored(10, 10, w, h);
-        return std::to_string(p.width) + "x" + std::to_string(p.height);
-    };
-    EXPECT_EQ(size(80, 600), "520x650");
-    EXPECT_EQ(size(800, 99), "520x650");
-    EXPECT_EQ(size(-800, 600), "520x650");
-    EXPECT_EQ(size(100, 100), "100x100");
-    EXPECT_EQ(size(std::nullopt, 600), "520x650");
-}
-
-TEST(BrowserSettings, NameColumnStaysWithinTheClientWidth) {
-    auto split = [](std::optional<int32_t> saved, int32_t client) {
+    for (const Row& r :
+         {Row{0, 0, 100, 100, "move 0,0 100x100"},
+          Row{65535, 65535, 800, 600, "move 65535,65535 800x600"},
+          Row{-5, 20, 800, 600, "stay 800x600"}, Row{20, -1, 80, 600, "stay 520x650"},
+          Row{65536, 20, 800, 99, "stay 520x650"}, Row{20, 65536, -8, 600, "stay 520x650"},
+          Row{std::nullopt, 20, std::nullopt, 600, "stay 520x650"}}) {
+        const WindowPlacement p = PlacementFromStored(r.x, r.y, r.width, r.height);
+        EXPECT_EQ(
+            (p.move ? "move " + std::to_string(p.x) + "," + std::to_string(p.y) + " " : "stay ") +
+                std::to_string(p.width) + "x" + std::to_string(p.height),
+            r.placement);
+    }
+    // The name column stays within the client width less a 20 pixel margin.
+    for (auto [saved, client, name] : {std::tuple{P{150}, 400, 150},
+                                       {5000, 400, 380},
+                                       {380, 400, 380},
+                                       {5, 400, 20},
+                                       {-7, 400, 20},
+                                       {std::nullopt, 401, 200},
+                                       {100, 30, 20}}) {
         const ColumnWidths c = ColumnsFromStored(saved, client);
-        EXPECT_EQ(c.name + c.value, client);
-        return c.name;
-    };
-    EXPECT_EQ(split(150, 400), 150);
-    EXPECT_EQ(split(5000, 400), 380);
-    EXPECT_EQ(split(380, 400), 380);
-    EXPECT_EQ(split(5, 400), 20);
-    EXPECT_EQ(split(-7, 400), 20);
-    EXPECT_EQ(split(std::nullopt, 401), 200);
-    // A client narrower than the margin still keeps a 20 pixel name column.
-    EXPECT_EQ(split(100, 30), 20);
-}
-
-TEST(BrowserSettings, StoredLevelIsAppliedOnlyWhenItDiffersAndExists) {
-    EXPECT_EQ(LevelFromStored(0, 2), 0);
-    EXPECT_EQ(LevelFromStored(1, 0), 1);
-    EXPECT_EQ(LevelFromStored(2, 2), std::nullopt);
-    EXPECT_EQ(LevelFromStored(std::nullopt, 2), std::nullopt);
-    EXPECT_EQ(LevelFromStored(3, 2), std::nullopt);
-    EXPECT_EQ(LevelFromStored(-1, 2), std::nullopt);
+        EXPECT_EQ(c.name, name) << client;
+        EXPECT_EQ(c.value, client - name) << client;
+    }
+    // A level is applied when it is a combo entry other than the current one.
+    for (auto [stored, current, applied] : {std::tuple{P{0}, 2, P{0}},
+                                            {1, 0, 1},
+                                            {2, 2, std::nullopt},
+                                            {std::nullopt, 2, std::nullopt},
+                                            {3, 2, std::nullopt},
+                                            {-1, 2, std::nullopt}})
+        EXPECT_EQ(LevelFromStored(stored, current), applied);
 }
 
 TEST(BrowserSettings, SavedValuesComeBackUnderTheirOwnKey) {
-    EXPECT_STREQ(SettingsKey(false), "Software/Torvex/Qorvis/Runtime/Quillon/Parameters");
-    EXPECT_STREQ(SettingsKey(true), "Software/Torvex/Qorvis/Runtime/Quillon/ParametersUI");
-
     MemorySettingsStore store;
     SaveSettings(store, true, BrowserSettings{100, 200, 640, 480, 250, 1});
     EXPECT_EQ(store.size(), 6u);
-    const std::string ui = SettingsKey(true);
-    for (const char* name : {"PosX", "PosY", "Width", "Height", "SlidderPos", "UserLevel"})
-        EXPECT_TRUE(store.Has(ui, name)) << name;
-
+    for (const char* name : {kPosX, kPosY, kWidth, kHeight, kSlidderPos, kUserLevel})
+        EXPECT_TRUE(store.Has(kSeparateSettingsKey, name)) << name;
     RecordingWindow separate;
     LoadSettings(store, true, separate);
-    EXPECT_EQ(separate.calls, (std::vector<std::string>{"move", "columns", "level 1"}));
-    EXPECT_EQ(separate.x, 100);
-    EXPECT_EQ(separate.y, 200);
-    EXPECT_EQ(separate.width, 640);
-    EXPECT_EQ(separate.height, 480);
-    EXPECT_EQ(separate.nameColumn, 250);
-    EXPECT_EQ(separate.valueColumn, 600 - 250);
+    EXPECT_EQ(separate.calls, "move columns level ");
+    EXPECT_EQ(std::vector({separate.x, separate.y, separate.width, separate.height, separate.name,
+                           separate.value}),
+              std::vector({100, 200, 640, 480, 250, 600 - 250}));
+    EXPECT_EQ(separate.level, 1);
 
-    // The shared key holds nothing: defaults, no move, no level change.
+    // The shared key: out-of-range values; the columns split over the resized window.
+    store.Write(kSettingsKey, kPosX, -5);
+    store.Write(kSettingsKey, kWidth, 80);
+    store.Write(kSettingsKey, kSlidderPos, 10000);
+    store.Write(kSettingsKey, kUserLevel, 2);
     RecordingWindow shared;
     LoadSettings(store, false, shared);
-    EXPECT_EQ(shared.calls, (std::vector<std::string>{"resize", "columns"}));
-    EXPECT_EQ(shared.x, 7);
-    EXPECT_EQ(shared.width, 520);
-    EXPECT_EQ(shared.nameColumn, (520 - 40) / 2);
+    EXPECT_EQ(shared.calls, "resize columns ");
+    EXPECT_EQ(std::vector({shared.x, shared.width, shared.height, shared.name, shared.value}),
+              std::vector({7, 520, 650, 480 - 20, 20}));
 }
 
-TEST(BrowserSettings, LoadSplitsColumnsOverTheResizedWindow) {
-    MemorySettingsStore store;
-    const char* key = SettingsKey(false);
-    Store(store, key, -5, 20, 80, 600);
-    store.Write(key, "SlidderPos", 10000);
-    store.Write(key, "UserLevel", 2);
-
-    RecordingWindow window;
-    LoadSettings(store, false, window);
-    EXPECT_EQ(window.calls, (std::vector<std::string>{"resize", "columns"}));
-    EXPECT_EQ(window.x, 7);
-    EXPECT_EQ(window.y, 9);
-    EXPECT_EQ(window.width, 520);
-    EXPECT_EQ(window.height, 650);
-    // The client width after the resize, not before it (260).
-    EXPECT_EQ(window.nameColumn, 480 - 20);
-    EXPECT_EQ(window.valueColumn, 20);
+TEST(BrowserTitle, NamesTheDeviceFromTheFirstNodeMapWithBothNamesReadable) {
+    const auto names = [](const char* vendor, const char* model, const char* extra = "") {
+        std::string body =
+            "<Category Name=\"Root\"/><Integer Name=\"Zero\"><Value>0</Value></Integer>";
+        if (vendor)
+            body += std::string("<String Name=\"DeviceVendorName\">") + extra + "<Value>" + vendor +
+                    "</Value></String>";
+        if (model)
+            body += std::string("<String Name=\"DeviceModelName\"><Value>") + model +
+                    "</Value></String>";
+        return body;
+    };
+    InlineMap vendorOnly{names("Lone", nullptr)}, modelOnly{names(nullptr, "M")};
+    InlineMap unavailable{names("Hidden", "H1", "<pIsAvailable>Zero</pIsAvailable>")};
+    InlineMap acme{names("Acme", "A-100")};
+    qorvis::sim::ConnectedSimulatedCamera camera;
+    EXPECT_EQ(DeviceTitle({Entry(camera.nodeMap())}, 3), "Torvex TVX1280M (Q_DEV3) Features");
+    EXPECT_EQ(
+        DeviceTitle({Entry(vendorOnly.nodeMap()), Entry(unavailable.nodeMap()),
+                     Entry(modelOnly.nodeMap()), Entry(acme.nodeMap()), Entry(camera.nodeMap())},
+                    12),
+        "Acme A-100 (Q_DEV12) Features");
+    EXPECT_EQ(DeviceTitle({Entry(modelOnly.nodeMap())}, 4294967296), "Quillon (Q_DEV4294967296)");
+    EXPECT_EQ(DeviceTitle({}, -1), "Quillon (Q_DEV-1)");
 }

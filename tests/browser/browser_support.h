@@ -7,19 +7,22 @@
 #include <string>
 #include <vector>
 
+#include "../support/inline_description.h"
 #include "GenApi/GenApi.h"
 #include "browser/feature_polling.h"
 #include "browser/text_tree.h"
 #include "browser/tree_model.h"
-#include "../support/inline_description.h"
 
 namespace quillon_browser_test {
 
 // The body brings its own Root category.
-inline std::string Description(const std::string& body) { return quillon_test_support::Description(body, false); }
+inline std::string Description(const std::string& body) {
+    return quillon_test_support::Description(body, false);
+}
 
 struct InlineMap : quillon_test_support::MemoryDevice {
-    explicit InlineMap(const std::string& body) : quillon_test_support::MemoryDevice(Description(body)) {}
+    explicit InlineMap(const std::string& body)
+        : quillon_test_support::MemoryDevice(Description(body)) {}
     GenApi::INode* node(const char* name) const {
         GenApi::INode* n = map._GetNode(name);
         EXPECT_NE(n, nullptr) << name;

@@ -46,53 +46,44 @@ FeatureRow Row(InlineMap& device, const char* name) {
     return row;
 }
 
+} // namespace
+
 TEST(InPlaceEditing, EachFeatureKindGetsItsEditor) {
     InlineMap device(kFeatures);
     GenApi::CIntegerPtr(device.node("Width"))->SetValue(640);
+    // Addresses and bit patterns are typed in their own notation; what cannot
+    // be written gets none.
+    const std::pair<const char*, EditorKind> kinds[] = {
+        {"Address", EditorKind::Edit},  {"GevCurrentIPAddress", EditorKind::Edit},
+        {"Mask", EditorKind::Edit},     {"Gain", EditorKind::Edit},
+        {"Locked", EditorKind::None},   {"Status", EditorKind::None},
+        {"Group", EditorKind::None},    {"Flip", EditorKind::Check},
+        {"Start", EditorKind::Command}, {"Table", EditorKind::Register},
+        {"Mode", EditorKind::Combo},    {"Width", EditorKind::Integer}};
+    for (auto [name, kind] : kinds)
+        EXPECT_EQ(PlanEditor(Row(device, name)).kind, kind) << name;
+    EXPECT_EQ(PlanEditor(FeatureRow{}).kind, EditorKind::None);
 
     const EditorPlan width = PlanEditor(Row(device, "Width"));
-    EXPECT_EQ(width.kind, EditorKind::Integer);
-    EXPECT_EQ(width.value, 640);
-    EXPECT_EQ(width.minimum, 16);
-    EXPECT_EQ(width.maximum, 4096);
-    EXPECT_EQ(width.increment, 16);
+    EXPECT_EQ(std::vector({width.value, width.minimum, width.maximum, width.increment}),
+              std::vector<int64_t>({640, 16, 4096, 16}));
     EXPECT_TRUE(width.slider);
     EXPECT_EQ(width.text, "640");
-
     // A full 64-bit range has too many steps for a slider, and does not overflow.
     const EditorPlan huge = PlanEditor(Row(device, "Huge"));
     EXPECT_EQ(huge.kind, EditorKind::Integer);
     EXPECT_FALSE(huge.slider);
-
-    // Addresses and bit patterns are typed in their own notation.
-    EXPECT_EQ(PlanEditor(Row(device, "Address")).kind, EditorKind::Edit);
     EXPECT_EQ(PlanEditor(Row(device, "Address")).text, "192.168.0.1");
-    EXPECT_EQ(PlanEditor(Row(device, "GevCurrentIPAddress")).kind, EditorKind::Edit);
-    EXPECT_EQ(PlanEditor(Row(device, "Mask")).kind, EditorKind::Edit);
-
-    EXPECT_EQ(PlanEditor(Row(device, "Locked")).kind, EditorKind::None);
-    const EditorPlan gain = PlanEditor(Row(device, "Gain"));
-    EXPECT_EQ(gain.kind, EditorKind::Edit);
-    EXPECT_EQ(gain.text.substr(0, 3), "2.5");
+    EXPECT_EQ(PlanEditor(Row(device, "Gain")).text.substr(0, 3), "2.5");
     EXPECT_EQ(PlanEditor(Row(device, "UserId")).text, "cam one");
-
     // Only available entries are offered; the current one is marked.
     const EditorPlan mode = PlanEditor(Row(device, "Mode"));
-    EXPECT_EQ(mode.kind, EditorKind::Combo);
     EXPECT_EQ(mode.choices, (std::vector<std::string>{"Off", "On"}));
     EXPECT_EQ(mode.current, 1);
-
-    const EditorPlan flip = PlanEditor(Row(device, "Flip"));
-    EXPECT_EQ(flip.kind, EditorKind::Check);
-    EXPECT_TRUE(flip.checked);
-    EXPECT_EQ(PlanEditor(Row(device, "Status")).kind, EditorKind::None);
-    EXPECT_EQ(PlanEditor(Row(device, "Start")).kind, EditorKind::Command);
-    EXPECT_EQ(PlanEditor(Row(device, "Table")).kind, EditorKind::Register);
-    EXPECT_EQ(PlanEditor(Row(device, "Group")).kind, EditorKind::None);
-    EXPECT_EQ(PlanEditor(FeatureRow{}).kind, EditorKind::None);
+    EXPECT_TRUE(PlanEditor(Row(device, "Flip")).checked);
 }
 
-TEST(InPlaceEditing, SliderPositionsStepByTheIncrementWithinTheRange) {
+TEST(InPlaceEditing, SliderStepsByTheIncrementWithinTheRange) {
     EditorPlan plan;
     plan.kind = EditorKind::Integer;
     plan.minimum = 16;
@@ -105,9 +96,7 @@ TEST(InPlaceEditing, SliderPositionsStepByTheIncrementWithinTheRange) {
     EXPECT_EQ(SliderPosition(plan, 99999), SliderPosition(plan, 4096)); // clamped
     EXPECT_EQ(SliderValue(plan, 100000), 4096);
     EXPECT_EQ(SliderValue(plan, -3), 16);
-
-    // A range around zero near the type's ends.
-    plan.minimum = INT64_MIN;
+    plan.minimum = INT64_MIN; // near the type's end
     plan.maximum = INT64_MIN + 10;
     plan.increment = 1;
     EXPECT_EQ(SliderPosition(plan, INT64_MIN + 4), 4);
@@ -120,9 +109,6 @@ TEST(InPlaceEditing, ToggleWritesTheOppositeValueOrSaysWhyNot) {
     EXPECT_FALSE(GenApi::CBooleanPtr(device.node("Flip"))->GetValue());
     EXPECT_EQ(ToggleBoolean(Row(device, "Flip")), "");
     EXPECT_TRUE(GenApi::CBooleanPtr(device.node("Flip"))->GetValue());
-    // A read-only boolean is not written; the answer says why.
-    EXPECT_NE(ToggleBoolean(Row(device, "Status")), "");
+    EXPECT_NE(ToggleBoolean(Row(device, "Status")), ""); // read-only: not written
     EXPECT_TRUE(GenApi::CBooleanPtr(device.node("Status"))->GetValue());
 }
-
-} // namespace

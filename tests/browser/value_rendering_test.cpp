@@ -57,93 +57,74 @@ const char* const kValues = R"(
   <Float Name="After"><Value>2.5</Value></Float>
 )";
 
-struct Rendering : ::testing::Test {
-    InlineMap map{kValues};
-    std::string Text(const char* name) { return RowText(name, map.node(name)); }
-};
-
 } // namespace
 
-TEST_F(Rendering, FloatDigitsFollowTheSignedValue) {
-    EXPECT_EQ(Text("F2_5"), "F2_5 \t 2.500");
-    EXPECT_EQ(Text("F1"), "F1 \t 1.000");
-    EXPECT_EQ(Text("F0"), "F0 \t 0.000");
-    EXPECT_EQ(Text("F0_001"), "F0_001 \t 0.001000");
-    // Below 0.001 the next threshold, 0.000001, applies: nine digits.
-    EXPECT_EQ(Text("F0_0005"), "F0_0005 \t 0.000500000");
-    EXPECT_EQ(Text("F5e6"), "F5e6 \t 0.000005000");
-    EXPECT_EQ(Text("F5e9"), "F5e9 \t 0.000000005000");
-    EXPECT_EQ(Text("F5e10"), "F5e10 \t 0.000000000500000");
-    // A negative value is below every threshold: fifteen digits.
-    EXPECT_EQ(Text("FNeg"), "FNeg \t -2.500000000000000");
-}
-
-TEST_F(Rendering, AddressFeaturesGoByNameWhateverTheirRepresentation) {
-    EXPECT_EQ(Text("GevCurrentIPAddress"), "GevCurrentIPAddress \t 192.168.0.1"); // declared Linear
-    EXPECT_EQ(Text("GevSCDA"), "GevSCDA \t 10.0.1.1");                           // declared HexNumber
-    EXPECT_EQ(Text("GevMACAddress"), "GevMACAddress \t 00-11-22-33-44-AA");      // declares nothing
-    // Other names follow the declared representation.
-    EXPECT_EQ(Text("DeclaredIp"), "DeclaredIp \t 1.2.3.4");
-    EXPECT_EQ(Text("DeclaredMac"), "DeclaredMac \t 0A-0B-0C-0D-0E-0F");
-}
-
-TEST_F(Rendering, IntegerNumbers) {
-    EXPECT_EQ(Text("Hex"), "Hex \t 0xC0FFEE42");
-    EXPECT_EQ(Text("NegativeHex"), "NegativeHex \t 0xFFFFFFFFFFFFFFFF");
-    EXPECT_EQ(Text("Plain"), "Plain \t -42");
-    EXPECT_EQ(Text("Big"), "Big \t 9007199254740993"); // no detour through double
-}
-
-TEST_F(Rendering, OtherTypesAndAccessModes) {
-    EXPECT_EQ(Text("WriteOnly"), "WriteOnly \t");
-    EXPECT_EQ(Text("Off"), "Off \t N/A");
-    EXPECT_EQ(Text("Flag"), "Flag \t");
-    EXPECT_EQ(Text("Go"), "Go \t Execute()");
-    {
-        GenApi::CStringPtr text(map.node("Text"));
-        text->SetValue("hello");
-    }
-    EXPECT_EQ(Text("Text"), "Text \t hello");
-    EXPECT_EQ(Text("Block"), "Block \t ...");
+TEST(ValueRendering, RowTextsByTypeRepresentationAndAccess) {
+    InlineMap map{kValues};
+    GenApi::CStringPtr(map.node("Text"))->SetValue("hello");
     GenApi::CIntegerPtr(map.node("ModeReg"))->SetValue(2);
-    EXPECT_EQ(Text("Mode"), "Mode \t Two");
-    EXPECT_EQ(Text("Values"), "Values"); // categories keep their label only
-    EXPECT_EQ(Text("EnumEntry_Mode_One"), "EnumEntry_Mode_One");
+    const std::pair<const char*, const char*> rows[] = {
+        // Float digits follow the signed value: below 0.001 nine, negative fifteen.
+        {"F2_5", "2.500"},
+        {"F1", "1.000"},
+        {"F0", "0.000"},
+        {"F0_001", "0.001000"},
+        {"F0_0005", "0.000500000"},
+        {"F5e6", "0.000005000"},
+        {"F5e9", "0.000000005000"},
+        {"F5e10", "0.000000000500000"},
+        {"FNeg", "-2.500000000000000"},
+        // Address features go by name whatever they declare; others by their representation.
+        {"GevCurrentIPAddress", "192.168.0.1"},
+        {"GevSCDA", "10.0.1.1"},
+        {"GevMACAddress", "00-11-22-33-44-AA"},
+        {"DeclaredIp", "1.2.3.4"},
+        {"DeclaredMac", "0A-0B-0C-0D-0E-0F"},
+        {"Hex", "0xC0FFEE42"},
+        {"NegativeHex", "0xFFFFFFFFFFFFFFFF"},
+        {"Plain", "-42"},
+        {"Big", "9007199254740993"}, // no detour through double
+        {"Off", "N/A"},
+        {"Go", "Execute()"},
+        {"Text", "hello"},
+        {"Block", "..."},
+        {"Mode", "Two"},
+    };
+    for (auto [name, value] : rows)
+        EXPECT_EQ(RowText(name, map.node(name)), std::string(name) + " \t " + value);
+    // No value: write-only, and a boolean (its check icon shows it).
+    for (const char* name : {"WriteOnly", "Flag"})
+        EXPECT_EQ(RowText(name, map.node(name)), std::string(name) + " \t");
+    for (const char* name : {"Values", "EnumEntry_Mode_One"}) // categories and the rest: the label
+        EXPECT_EQ(RowText(name, map.node(name)), name);
     EXPECT_THROW(RowText("x", nullptr), GenICam::LogicalErrorException);
 }
 
-TEST_F(Rendering, AFailingReadShowsErrorOnItsRowAlone) {
+TEST(ValueRendering, AFailingReadShowsErrorOnItsRowAloneUntilTheDeviceRecovers) {
+    InlineMap map{kValues};
     Browser browser;
     browser.model.Build({Entry(map.nodeMap())}, kGuru);
     EXPECT_EQ(browser.tree.Print(), "Values\n  Before \t 7\n  Broken \t Error\n  After \t 2.500\n");
     EXPECT_TRUE(browser.Row("Broken")->inError);
-    EXPECT_FALSE(browser.Row("Before")->inError);
-    EXPECT_FALSE(browser.Row("After")->inError);
-}
-
-TEST_F(Rendering, AnEnumerationOutsideItsEntriesIsAnErrorUntilTheDeviceRecovers) {
+    EXPECT_FALSE(browser.Row("Before")->inError || browser.Row("After")->inError);
     FeatureRow row;
     row.label = "Mode";
     row.node = map.node("Mode");
-    EXPECT_EQ(RenderRow(row), "Mode \t Error"); // register reads 0: no entry
+    EXPECT_EQ(RenderRow(row), "Mode \t Error"); // the register reads 0: no entry
     EXPECT_TRUE(row.inError);
     GenApi::CIntegerPtr(map.node("ModeReg"))->SetValue(1);
     EXPECT_EQ(RenderRow(row), "Mode \t One");
     EXPECT_FALSE(row.inError);
 }
 
-TEST(SimulatedCameraRows, DeviceValuesRender) {
+TEST(ValueRendering, SimulatedCameraRows) {
     qorvis::sim::ConnectedSimulatedCamera camera;
     Browser browser;
     browser.model.Build({Entry(camera.nodeMap())}, kGuru);
-    EXPECT_EQ(browser.Text("GevCurrentIPAddress"), "Current IP Address \t 192.168.0.1");
-    EXPECT_EQ(browser.Text("GevMACAddress"), "MAC Address \t 02-54-56-58-00-2A");
-    EXPECT_EQ(browser.Text("BlackLevel"), "Black Level \t -2.500000000000000");
-    EXPECT_EQ(browser.Text("SensorShutterMode"), "Sensor Shutter Mode \t Error");
+    for (auto [name, text] : {std::pair{"GevMACAddress", "MAC Address \t 02-54-56-58-00-2A"},
+                              {"SensorShutterMode", "Sensor Shutter Mode \t Error"},
+                              {"DeviceVendorName", "Vendor Name \t Torvex"},
+                              {"SensorLinePeriod", "Sensor Line Period \t 0.000004200"}})
+        EXPECT_EQ(browser.Text(name), text);
     EXPECT_TRUE(browser.Row("SensorShutterMode")->inError);
-    EXPECT_EQ(browser.Text("GevPrimaryApplicationSwitchoverKey"), "Primary Application Switchover Key \t");
-    EXPECT_EQ(browser.Text("TriggerSoftware"), "Trigger Software \t Execute()");
-    EXPECT_EQ(browser.Text("LUTValueAll"), "LUT Value All \t ...");
-    EXPECT_EQ(browser.Text("DeviceVendorName"), "Vendor Name \t Torvex");
-    EXPECT_EQ(browser.Text("SensorLinePeriod"), "Sensor Line Period \t 0.000004200");
 }

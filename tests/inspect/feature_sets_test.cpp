@@ -10,11 +10,9 @@
 #include <string>
 #include <vector>
 
-#include "GenApi/GenApi.h"
-#include "GenApi/MemoryPort.h"
 #include "inspect/feature_set_format.h"
 #include "inspect/feature_sets.h"
-#include "sim/sim_camera.h"
+#include "inspect_support.h"
 
 using namespace quillon::inspect;
 using namespace GenApi;
@@ -245,50 +243,33 @@ TEST(FeatureSets, SaveAndLoadOverTheLargestVendorDescription) {
         if (file.path().extension() == ".xml" &&
             (largest.empty() || file.file_size() > fs::file_size(largest)))
             largest = file.path();
-    ASSERT_FALSE(largest.empty());
-    struct Device {
-        CMemoryPort port;
-        CNodeMapRef map;
-        quillon::browser::NodeMapEntry entry;
-        explicit Device(const fs::path& file) {
-            map._LoadXMLFromFile(file.c_str());
-            NodeList_t nodes;
-            map._GetNodes(nodes);
-            for (INode* node : nodes)
-                if (node->GetPrincipalInterfaceType() == intfIPort)
-                    map._Connect(&port, node->GetName());
-            entry.context.nodeMap = map._Ptr();
-        }
-    };
-    Device a(largest), b(largest);
-    const FeatureSet original = ReadFeatureSet({a.entry});
+    quillon_inspect_test::VendorDevice a(largest), b(largest);
+    quillon::browser::NodeMapEntry entryA, entryB;
+    entryA.context.nodeMap = a.map._Ptr();
+    entryB.context.nodeMap = b.map._Ptr();
+    const FeatureSet original = ReadFeatureSet({entryA});
+    EXPECT_NE(WriteFeatureSet(original).find("# Description version: "), std::string::npos);
     // Integer settings get another value in their range: each is written, the rest unchanged.
     ParsedFeatureSet edited = ParseFeatureSet(WriteFeatureSet(original));
     ASSERT_TRUE(edited.errors.empty());
     size_t changed = 0;
     for (FeatureLine& line : edited.set.sections[0].lines) {
-        INode* node = a.map._GetNode(line.name.c_str());
-        if (line.readOnly || !line.selectors.empty() ||
-            node->GetPrincipalInterfaceType() != intfIInteger)
-            continue;
-        CIntegerPtr integer(node);
+        CIntegerPtr integer(a.map._GetNode(line.name.c_str()));
+        if (line.readOnly || !line.selectors.empty() || !integer) continue;
         const int64_t min = integer->GetMin(), inc = integer->GetInc();
         if (inc < 1 || integer->GetMax() - min < inc) continue;
         line.value = std::to_string(integer->GetValue() == min ? min + inc : min);
         ++changed;
     }
     ASSERT_GE(changed, 10u);
-    const LoadReport report = LoadFeatureSet(edited.set, {b.entry}, "edited.txt");
+    const LoadReport report = LoadFeatureSet(edited.set, {entryB}, "edited.txt");
     EXPECT_EQ(report.Count(LineOutcome::Applied), changed) << report.Text("edited.txt");
     EXPECT_EQ(report.Refused(), 0u) << report.Text("edited.txt");
     // What b now holds reads back as the lines that were applied.
-    const FeatureSet reread = ReadFeatureSet({b.entry});
-    for (const LineResult& r : report.lines) {
-        if (r.outcome != LineOutcome::Applied) continue;
+    const FeatureSet reread = ReadFeatureSet({entryB});
+    for (const LineResult& r : report.lines)
         for (const FeatureLine& line : reread.sections[0].lines)
-            if (line.Key() == r.line.Key()) {
-                EXPECT_TRUE(SameValueText(line.value, r.line.value)) << line.Key();
-            }
-    }
-    EXPECT_NE(WriteFeatureSet(original).find("# Description version: "), std::string::npos);
+            EXPECT_TRUE(r.outcome != LineOutcome::Applied || line.Key() != r.line.Key() ||
+                        SameValueText(line.value, r.line.value))
+                << line.Key();
 }

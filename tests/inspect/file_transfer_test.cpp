@@ -1,6 +1,6 @@
 // Device file transfers over the simulated camera's file store and over
 // inline descriptions. The dialog's platform pieces (file dialog, message
-// box, progress bar, buttons) are recorders; files go to a scratch folder.
+// box, progress bar, buttons) are one recorder; files go to a scratch folder.
 #include <gtest/gtest.h>
 
 #include <filesystem>
@@ -11,10 +11,8 @@
 #include <unistd.h>
 #include <vector>
 
-#include "GenApi/GenApi.h"
 #include "inspect/file_transfer.h"
-#include "inspect_fixtures.h"
-#include "sim/sim_camera.h"
+#include "inspect_support.h"
 
 namespace {
 
@@ -22,154 +20,134 @@ namespace fs = std::filesystem;
 using quillon::inspect::FileDialog;
 using quillon::inspect::FileTransferSession;
 using quillon::inspect::MessageIcon;
+using Outcome = quillon::inspect::TransferResult::Outcome;
 
-struct ScriptedDialog : FileDialog {
-    std::string answer;
-    std::vector<std::pair<Kind, std::string>> asked;
-    std::string Choose(Kind kind, const std::string& initialName) override {
-        asked.emplace_back(kind, initialName);
+// Records what the transfer shows, from whichever thread it runs on.
+struct Platform : FileDialog,
+                  quillon::inspect::MessageDisplay,
+                  quillon::inspect::ProgressIndicator,
+                  quillon::inspect::TransferButtons {
+    std::mutex m;
+    std::string answer; // what the file dialog chooses
+    std::vector<std::string> asked, messages, progress;
+    std::vector<int32_t> positions;
+    bool download = true, upload = true, fileList = true; // the template's initial state
+    int buttonChanges = 0;
+    std::function<void(int32_t)> onPosition = [](int32_t) {};
+
+    std::string Choose(Kind kind, const std::string& name) override {
+        asked.push_back((kind == Kind::Save ? "save " : "open ") + name);
         return answer;
     }
-};
-
-struct Message {
-    std::string text, caption;
-    MessageIcon icon;
-};
-
-struct RecordingMessages : quillon::inspect::MessageDisplay {
-    std::mutex m;
-    std::vector<Message> shown;
     void Show(const std::string& text, const std::string& caption, MessageIcon icon) override {
         std::lock_guard lock(m);
-        shown.push_back({text, caption, icon});
+        messages.push_back(caption + (icon == MessageIcon::Exclamation ? "!: " : ": ") + text);
     }
-};
-
-struct RecordingProgress : quillon::inspect::ProgressIndicator {
-    std::mutex m;
-    std::vector<std::string> events;
-    std::vector<int32_t> positions;
-    int32_t lower = -1, upper = -1;
-    std::function<void(int32_t)> onPosition = [](int32_t) {};
-    void SetRange(int32_t lo, int32_t hi) override {
+    void Log(const std::string& event) {
         std::lock_guard lock(m);
-        lower = lo;
-        upper = hi;
-        events.push_back("range " + std::to_string(lo) + ".." + std::to_string(hi));
+        progress.push_back(event);
+    }
+    void SetRange(int32_t lo, int32_t hi) override {
+        Log("range " + std::to_string(lo) + ".." + std::to_string(hi));
     }
     void SetPosition(int32_t position) override {
+        Log("position " + std::to_string(position));
         {
             std::lock_guard lock(m);
             positions.push_back(position);
-            events.push_back("position " + std::to_string(position));
         }
         onPosition(position);
     }
-    void SetStep(int32_t step) override {
+    void SetStep(int32_t step) override { Log("step size " + std::to_string(step)); }
+    void Step() override { Log("step"); }
+    void Show(bool visible) override { Log(visible ? "show" : "hide"); }
+    void Set(bool& button, bool enabled) {
         std::lock_guard lock(m);
-        events.push_back("step size " + std::to_string(step));
+        button = enabled;
+        ++buttonChanges;
     }
-    void Step() override {
-        std::lock_guard lock(m);
-        events.push_back("step");
-    }
-    void Show(bool visible) override {
-        std::lock_guard lock(m);
-        events.push_back(visible ? "show" : "hide");
-    }
+    void EnableDownload(bool enabled) override { Set(download, enabled); }
+    void EnableUpload(bool enabled) override { Set(upload, enabled); }
+    void EnableFileList(bool enabled) override { Set(fileList, enabled); }
+    quillon::inspect::FileTransferPlatform Of() { return {*this, *this, *this, *this}; }
 };
 
-struct RecordingButtons : quillon::inspect::TransferButtons {
-    std::mutex m;
-    bool download = true, upload = true, fileList = true; // the template's initial state
-    int changes = 0;
-    void EnableDownload(bool enabled) override {
-        std::lock_guard lock(m);
-        download = enabled;
-        ++changes;
-    }
-    void EnableUpload(bool enabled) override {
-        std::lock_guard lock(m);
-        upload = enabled;
-        ++changes;
-    }
-    void EnableFileList(bool enabled) override {
-        std::lock_guard lock(m);
-        fileList = enabled;
-        ++changes;
-    }
-};
-
-std::vector<uint8_t> pattern(size_t n) {
+std::vector<uint8_t> Pattern(size_t n) {
     std::vector<uint8_t> bytes(n);
-    for (size_t i = 0; i < n; ++i) bytes[i] = static_cast<uint8_t>((i * 131 + 7) % 251);
+    for (size_t i = 0; i < n; ++i)
+        bytes[i] = static_cast<uint8_t>((i * 131 + 7) % 251);
     return bytes;
 }
 
-std::vector<uint8_t> readLocal(const fs::path& path) {
+std::vector<uint8_t> ReadLocal(const fs::path& path) {
     std::ifstream in(path, std::ios::binary);
     return {std::istreambuf_iterator<char>(in), std::istreambuf_iterator<char>()};
 }
 
-void writeLocal(const fs::path& path, const std::vector<uint8_t>& bytes) {
-    std::ofstream out(path, std::ios::binary | std::ios::trunc);
-    out.write(reinterpret_cast<const char*>(bytes.data()), static_cast<std::streamsize>(bytes.size()));
+void WriteLocal(const fs::path& path, const std::vector<uint8_t>& bytes) {
+    std::ofstream(path, std::ios::binary)
+        .write(reinterpret_cast<const char*>(bytes.data()),
+               static_cast<std::streamsize>(bytes.size()));
 }
 
-class FileTransfer : public ::testing::Test {
-protected:
+struct FileTransfer : ::testing::Test {
     qorvis::sim::ConnectedSimulatedCamera camera;
-    ScriptedDialog dialog;
-    RecordingMessages messages;
-    RecordingProgress progress;
-    RecordingButtons buttons;
-    int idleWaits = 0;
-    fs::path dir;
-
-    void SetUp() override {
-        dir = fs::temp_directory_path() /
-              ("quillon-transfer-" + std::to_string(::getpid()) + "-" +
-               ::testing::UnitTest::GetInstance()->current_test_info()->name());
-        fs::remove_all(dir);
-        fs::create_directories(dir);
-    }
+    Platform platform;
+    fs::path dir = fs::temp_directory_path() /
+                   ("quillon-transfer-" + std::to_string(::getpid()) + "-" +
+                    ::testing::UnitTest::GetInstance()->current_test_info()->name());
+    void SetUp() override { fs::create_directories(dir); }
     void TearDown() override { fs::remove_all(dir); }
-
-    quillon::inspect::FileTransferPlatform platform() {
-        return {dialog, messages, progress, buttons, [this] { ++idleWaits; }};
-    }
-    size_t indexOf(FileTransferSession& session, const std::string& symbolic) {
-        for (size_t i = 0; i < session.Files().size(); ++i)
-            if (GenApi::CEnumEntryPtr(session.Files()[i].entry)->GetSymbolic() == symbolic) return i;
-        ADD_FAILURE() << symbolic << " is not listed";
-        return 0;
+    // A session over `map` (the camera when null) with `file` selected.
+    std::unique_ptr<FileTransferSession> Session(const char* file,
+                                                 GenApi::INodeMap* map = nullptr) {
+        auto session =
+            std::make_unique<FileTransferSession>(map ? map : camera.nodeMap(), platform.Of());
+        session->FillFileList();
+        for (size_t i = 0; i < session->Files().size(); ++i)
+            if (GenApi::CEnumEntryPtr(session->Files()[i].entry)->GetSymbolic() == file)
+                session->SelectFile(i);
+        return session;
     }
 };
 
+} // namespace
+
 TEST_F(FileTransfer, ListsTheDeviceFilesAndEnablesTheButtonsTheOpenModesAllow) {
-    FileTransferSession session(camera.nodeMap(), platform());
-    std::string label = session.FillFileList();
+    FileTransferSession session(camera.nodeMap(), platform.Of());
+    const std::string label = session.FillFileList();
     ASSERT_EQ(session.Files().size(), 4u);
-    std::vector<std::string> symbolics;
-    for (const auto& f : session.Files()) symbolics.emplace_back(GenApi::CEnumEntryPtr(f.entry)->GetSymbolic());
-    EXPECT_EQ(symbolics, (std::vector<std::string>{"UserSet1", "UserSet2", "LUTFile", "DeviceLog"}));
-    EXPECT_EQ(session.CurrentFile(), 0u);
     EXPECT_EQ(label, std::string(session.Files()[0].entry->GetDescription()));
-    EXPECT_TRUE(buttons.download);
-    EXPECT_TRUE(buttons.upload);
-
+    std::string symbolics;
+    for (const auto& f : session.Files())
+        symbolics += std::string(GenApi::CEnumEntryPtr(f.entry)->GetSymbolic()) + " ";
+    EXPECT_EQ(symbolics, "UserSet1 UserSet2 LUTFile DeviceLog ");
+    EXPECT_TRUE(platform.download && platform.upload);
     // The log is read-only: the device offers only "Read" for it.
-    label = session.SelectFile(indexOf(session, "DeviceLog"));
-    EXPECT_EQ(label, std::string(session.Files()[3].entry->GetDescription()));
-    EXPECT_EQ(std::string(GenApi::CEnumerationPtr(camera.nodeMap()->GetNode("FileSelector"))->ToString()),
-              "DeviceLog");
-    EXPECT_TRUE(buttons.download);
-    EXPECT_FALSE(buttons.upload);
+    EXPECT_EQ(session.SelectFile(3), std::string(session.Files()[3].entry->GetDescription()));
+    EXPECT_EQ(session.CurrentFile(), 3u);
+    EXPECT_EQ(
+        std::string(GenApi::CEnumerationPtr(camera.nodeMap()->GetNode("FileSelector"))->ToString()),
+        "DeviceLog");
+    EXPECT_TRUE(platform.download);
+    EXPECT_FALSE(platform.upload);
+    session.SelectFile(2);
+    EXPECT_TRUE(platform.download && platform.upload);
 
-    session.SelectFile(indexOf(session, "LUTFile"));
-    EXPECT_TRUE(buttons.download);
-    EXPECT_TRUE(buttons.upload) << "a writable file enables the upload again";
+    // A file the device offers for writing only, on a device of its own.
+    quillon_inspect_test::MemoryDevice writeOnly(
+        "<Enumeration Name=\"FileSelector\"><EnumEntry Name=\"Log\"><Value>0</Value></EnumEntry>"
+        "<EnumEntry "
+        "Name=\"Sink\"><Value>1</Value></EnumEntry><pValue>Selected</pValue></Enumeration>" +
+        quillon_inspect_test::Reg("Selected", "0") +
+        "<IntSwissKnife Name=\"Readable\"><pVariable Name=\"S\">Selected</pVariable><Formula>S = "
+        "0</Formula>"
+        "</IntSwissKnife><Enumeration Name=\"FileOpenMode\"><EnumEntry Name=\"Read\">"
+        "<pIsAvailable>Readable</pIsAvailable><Value>0</Value></EnumEntry>"
+        "<EnumEntry Name=\"Write\"><Value>1</Value></EnumEntry><Value>0</Value></Enumeration>");
+    Session("Sink", writeOnly.nodeMap());
+    EXPECT_FALSE(platform.download);
+    EXPECT_TRUE(platform.upload);
 }
 
 TEST_F(FileTransfer, FillingTheListNeverThrows) {
@@ -181,150 +159,89 @@ TEST_F(FileTransfer, FillingTheListNeverThrows) {
         "<Enumeration Name=\"FileSelector\"><EnumEntry Name=\"First\"><Value>0</Value></EnumEntry>"
         "<EnumEntry Name=\"Second\"><pIsAvailable>Available</pIsAvailable><Value>1</Value>"
         "</EnumEntry><Value>0</Value></Enumeration><Port Name=\"Unplugged\"/>"
-        "<IntReg Name=\"Available\"><Address>0</Address><Length>4</Length><AccessMode>RO</AccessMode>"
-        "<pPort>Unplugged</pPort><Sign>Unsigned</Sign><Endianess>LittleEndian</Endianess>"
-        "</IntReg>");
-    struct Row {
-        GenApi::INodeMap* nodeMap;
-        size_t files;
-        bool described;
-    };
-    for (const Row& row : {Row{none.nodeMap(), 0, false}, Row{failing.nodeMap(), 1, true}}) {
-        FileTransferSession session(row.nodeMap, platform());
+        "<IntReg "
+        "Name=\"Available\"><Address>0</Address><Length>4</Length><AccessMode>RO</AccessMode>"
+        "<pPort>Unplugged</pPort></IntReg>");
+    for (auto [map, files, described] :
+         {std::tuple{none.nodeMap(), 0u, false}, {failing.nodeMap(), 1u, true}}) {
+        FileTransferSession session(map, platform.Of());
         std::string label;
         ASSERT_NO_THROW(label = session.FillFileList());
-        EXPECT_EQ(session.Files().size(), row.files);
-        EXPECT_EQ(!label.empty(), row.described) << label;
-        EXPECT_EQ(buttons.changes, 0);
+        EXPECT_EQ(session.Files().size(), files);
+        EXPECT_EQ(!label.empty(), described) << label;
+        EXPECT_EQ(platform.buttonChanges, 0);
     }
 }
 
-// A device with an identity and one file whose display name has spaces.
-std::string identityDevice(bool withIdentity) {
-    std::string body =
-        "<Enumeration Name=\"FileSelector\"><EnumEntry Name=\"UserSet1\"><DisplayName>User Set 1</DisplayName>"
-        "<Value>0</Value></EnumEntry><pValue>FileSelectorReg</pValue></Enumeration>"
-        "<IntReg Name=\"FileSelectorReg\"><Address>0x0</Address><Length>4</Length><AccessMode>RW</AccessMode>"
-        "<pPort>Device</pPort><Sign>Unsigned</Sign><Endianess>LittleEndian</Endianess></IntReg>";
-    if (withIdentity) {
-        body += "<StringReg Name=\"DeviceVendorName\"><Address>0x100</Address><Length>32</Length>"
-                "<AccessMode>RO</AccessMode><pPort>Device</pPort></StringReg>"
-                "<StringReg Name=\"DeviceModelName\"><Address>0x200</Address><Length>32</Length>"
-                "<AccessMode>RO</AccessMode><pPort>Device</pPort></StringReg>";
-    } else {
-        // A vendor name that is not a string feature does not count.
-        body += "<Integer Name=\"DeviceVendorName\"><Value>7</Value></Integer>"
-                "<StringReg Name=\"DeviceModelName\"><Address>0x200</Address><Length>32</Length>"
-                "<AccessMode>RO</AccessMode><pPort>Device</pPort></StringReg>";
-    }
-    return body;
-}
-
-TEST_F(FileTransfer, ProposedNameJoinsVendorModelAndFileWithUnderscores) {
-    quillon_inspect_test::MemoryDevice acme(identityDevice(true));
-    acme.port.Write("Acme Corp", 0x100, 10);
-    acme.port.Write("Cam 5", 0x200, 6);
-    FileTransferSession session(acme.nodeMap(), platform());
-    session.FillFileList();
-    EXPECT_EQ(session.ProposedLocalName(), "Acme_Corp_Cam_5_User_Set_1.bin");
-
-    quillon_inspect_test::MemoryDevice anonymous(identityDevice(false));
-    anonymous.port.Write("Cam 5", 0x200, 6);
-    FileTransferSession second(anonymous.nodeMap(), platform());
-    second.FillFileList();
-    EXPECT_EQ(second.ProposedLocalName(), "_User_Set_1.bin");
-
-    // The dialog is offered the proposal; choosing nothing starts nothing.
-    int changesBefore = buttons.changes;
-    dialog.answer.clear();
-    EXPECT_FALSE(session.StartDownload());
-    EXPECT_FALSE(session.StartUpload());
-    ASSERT_EQ(dialog.asked.size(), 2u);
-    EXPECT_EQ(dialog.asked[0], std::pair(FileDialog::Kind::Save, std::string("Acme_Corp_Cam_5_User_Set_1.bin")));
-    EXPECT_EQ(dialog.asked[1].first, FileDialog::Kind::Open);
-    EXPECT_EQ(buttons.changes, changesBefore);
-    EXPECT_TRUE(session.LocalPath().empty());
-    EXPECT_TRUE(progress.events.empty());
-    EXPECT_TRUE(messages.shown.empty());
-}
-
-TEST_F(FileTransfer, SimulatedCameraNameStartsWithItsVendorAndModel) {
-    FileTransferSession session(camera.nodeMap(), platform());
-    session.FillFileList();
-    std::string expected = "Torvex_TVX1280M_" + session.Files()[0].displayName + ".bin";
-    EXPECT_EQ(session.ProposedLocalName(), expected);
-}
-
-TEST_F(FileTransfer, DownloadMoves2048ByteChunksAndRenamesTheFinishedFile) {
-    std::vector<uint8_t> content = pattern(5000);
-    ASSERT_TRUE(camera.device.setFileContents("UserSet2", content));
-    FileTransferSession session(camera.nodeMap(), platform());
-    session.FillFileList();
-    session.SelectFile(indexOf(session, "UserSet2"));
-    fs::path target = dir / "user set 2.bin";
-    // A file of the user's that happens to bear the temporary name is left alone.
-    writeLocal(target.string() + ".part", {'m', 'i', 'n', 'e'});
-    dialog.answer = target.string();
-    bool listDuringTransfer = true;
-    progress.onPosition = [&](int32_t) {
-        std::lock_guard lock(buttons.m);
-        listDuringTransfer = listDuringTransfer && buttons.fileList;
+TEST_F(FileTransfer, TheProposedNameJoinsVendorModelAndFileAndChoosingNothingStartsNothing) {
+    const auto device = [](bool vendorIsString) {
+        return std::string(
+                   "<Enumeration Name=\"FileSelector\"><EnumEntry Name=\"UserSet1\"><DisplayName>"
+                   "User Set "
+                   "1</DisplayName><Value>0</Value></EnumEntry><Value>0</Value></Enumeration>"
+                   "<StringReg Name=\"DeviceModelName\"><Address>0x200</Address><Length>32</Length>"
+                   "<AccessMode>RO</AccessMode><pPort>Device</pPort></StringReg>") +
+               (vendorIsString
+                    ? "<StringReg Name=\"DeviceVendorName\"><Address>0x100</Address><Length>32"
+                      "</Length><AccessMode>RO</AccessMode><pPort>Device</pPort></StringReg>"
+                    : "<Integer Name=\"DeviceVendorName\"><Value>7</Value></Integer>");
     };
-    ASSERT_TRUE(session.StartDownload());
-    session.WaitForTransfer();
+    quillon_inspect_test::MemoryDevice acme(device(true)), anonymous(device(false));
+    for (auto* d : {&acme, &anonymous}) {
+        d->port.Write("Acme Corp", 0x100, 10);
+        d->port.Write("Cam 5", 0x200, 6);
+    }
+    const auto session = Session("UserSet1", acme.nodeMap());
+    EXPECT_EQ(session->ProposedLocalName(), "Acme_Corp_Cam_5_User_Set_1.bin");
+    // A vendor name that is not a string does not count.
+    EXPECT_EQ(Session("UserSet1", anonymous.nodeMap())->ProposedLocalName(), "_User_Set_1.bin");
+    EXPECT_EQ(Session("UserSet2")->ProposedLocalName(), "Torvex_TVX1280M_UserSet2.bin");
 
-    EXPECT_EQ(readLocal(target), content);
-    EXPECT_EQ(readLocal(target.string() + ".part"), (std::vector<uint8_t>{'m', 'i', 'n', 'e'}));
-    EXPECT_EQ(std::distance(fs::directory_iterator(dir), fs::directory_iterator()), 2)
-        << "no file of its own is left";
-    EXPECT_FALSE(listDuringTransfer) << "the file list is disabled while the transfer runs";
-    EXPECT_TRUE(buttons.fileList);
-    EXPECT_EQ(session.LastResult().outcome, quillon::inspect::TransferResult::Outcome::Done);
-    EXPECT_EQ(progress.events,
-              (std::vector<std::string>{"step", "range 0..5000", "step size 1", "position 1", "show", "position 2048",
-                                        "position 4096", "position 5000", "hide"}));
-    ASSERT_EQ(messages.shown.size(), 1u);
-    EXPECT_EQ(messages.shown[0].text, target.string() + " downloaded successfully.");
-    EXPECT_EQ(messages.shown[0].caption, "Success");
-    EXPECT_EQ(messages.shown[0].icon, MessageIcon::None);
-    EXPECT_TRUE(buttons.download);
-    EXPECT_TRUE(buttons.upload);
-    EXPECT_FALSE(camera.device.fileIsOpen("UserSet2")) << "the device file is closed";
-
-    // A second transfer from the same session reuses the worker slot.
-    std::vector<uint8_t> log = *camera.device.fileContents("DeviceLog");
-    session.SelectFile(indexOf(session, "DeviceLog"));
-    fs::path logTarget = dir / "log.bin";
-    dialog.answer = logTarget.string();
-    ASSERT_TRUE(session.StartDownload());
-    session.WaitForTransfer();
-    EXPECT_EQ(readLocal(logTarget).size(), log.size());
+    const int changes = platform.buttonChanges;
+    EXPECT_FALSE(session->StartDownload());
+    EXPECT_FALSE(session->StartUpload());
+    EXPECT_EQ(platform.asked, (std::vector<std::string>{"save Acme_Corp_Cam_5_User_Set_1.bin",
+                                                        "open Acme_Corp_Cam_5_User_Set_1.bin"}));
+    EXPECT_EQ(platform.buttonChanges, changes);
+    EXPECT_TRUE(platform.progress.empty() && platform.messages.empty());
 }
 
-TEST_F(FileTransfer, UploadRoundTripsThroughTheCameraByteForByte) {
-    std::vector<uint8_t> content = pattern(5000);
-    fs::path source = dir / "lut.bin";
-    writeLocal(source, content);
-    FileTransferSession session(camera.nodeMap(), platform());
-    session.FillFileList();
-    session.SelectFile(indexOf(session, "UserSet2"));
-    dialog.answer = source.string();
-    ASSERT_TRUE(session.StartUpload());
-    session.WaitForTransfer();
+TEST_F(FileTransfer, DownloadAndUploadMove2048ByteChunksThroughATemporaryFile) {
+    const std::vector<uint8_t> content = Pattern(5000);
+    ASSERT_TRUE(camera.device.setFileContents("UserSet2", content));
+    const auto session = Session("UserSet2");
+    const fs::path target = dir / "user set 2.bin";
+    // A file of the user's that happens to bear the temporary name is left alone.
+    WriteLocal(target.string() + ".part", {'m', 'i', 'n', 'e'});
+    platform.answer = target.string();
+    bool listDuringTransfer = true;
+    platform.onPosition = [&](int32_t) {
+        listDuringTransfer = listDuringTransfer && platform.fileList;
+    };
+    ASSERT_TRUE(session->StartDownload());
+    session->WaitForTransfer();
+    EXPECT_EQ(ReadLocal(target), content);
+    EXPECT_EQ(ReadLocal(target.string() + ".part"), (std::vector<uint8_t>{'m', 'i', 'n', 'e'}));
+    EXPECT_EQ(std::distance(fs::directory_iterator(dir), fs::directory_iterator()), 2);
+    EXPECT_FALSE(listDuringTransfer) << "the file list is disabled while the transfer runs";
+    EXPECT_TRUE(platform.fileList && platform.download && platform.upload);
+    EXPECT_EQ(session->LastResult().outcome, Outcome::Done);
+    EXPECT_EQ(platform.progress, (std::vector<std::string>{
+                                     "step", "range 0..5000", "step size 1", "position 1", "show",
+                                     "position 2048", "position 4096", "position 5000", "hide"}));
+    EXPECT_EQ(platform.messages, std::vector<std::string>{"Success: " + target.string() +
+                                                          " downloaded successfully."});
+    EXPECT_FALSE(camera.device.fileIsOpen("UserSet2"));
 
-    EXPECT_EQ(camera.device.fileContents("UserSet2"), content);
-    EXPECT_EQ(progress.upper, 5000);
-    EXPECT_EQ(progress.positions, (std::vector<int32_t>{1, 2048, 4096, 5000}));
-    ASSERT_EQ(messages.shown.size(), 1u);
-    EXPECT_EQ(messages.shown[0].text, source.string() + " uploaded successfully.");
-    EXPECT_EQ(messages.shown[0].caption, "Success");
-
-    // And back again through a download.
-    fs::path back = dir / "back.bin";
-    dialog.answer = back.string();
-    ASSERT_TRUE(session.StartDownload());
-    session.WaitForTransfer();
-    EXPECT_EQ(readLocal(back), content);
+    // Back into another device file, and a second transfer of the same session.
+    session->SelectFile(0);
+    platform.answer = target.string();
+    platform.positions.clear();
+    ASSERT_TRUE(session->StartUpload());
+    session->WaitForTransfer();
+    EXPECT_EQ(camera.device.fileContents("UserSet1"), content);
+    EXPECT_EQ(platform.positions, (std::vector<int32_t>{1, 2048, 4096, 5000}));
+    EXPECT_EQ(platform.messages.back(), "Success: " + target.string() + " uploaded successfully.");
 }
 
 // The simulated camera behind a port that lets a test act while the device
@@ -342,62 +259,54 @@ struct ObservedCamera : GenApi::IPort {
         device.Read(buffer, address, length);
         onRead(address);
     }
-    void Write(const void* buffer, int64_t address, int64_t length) override { device.Write(buffer, address, length); }
+    void Write(const void* buffer, int64_t address, int64_t length) override {
+        device.Write(buffer, address, length);
+    }
 };
 
-TEST_F(FileTransfer, CancelledDownloadStopsSilentlyAndLeavesNoCompleteLookingFile) {
+TEST_F(FileTransfer, ACancelStopsSilentlyADownloadDropsTheChunkInHandAnUploadHasWrittenIt) {
     ObservedCamera observed;
-    ASSERT_TRUE(observed.device.setFileContents("UserSet2", pattern(5000)));
-    fs::path target = dir / "earlier.bin";
-    writeLocal(target, {'o', 'l', 'd'});
+    ASSERT_TRUE(observed.device.setFileContents("UserSet2", Pattern(5000)));
+    const fs::path target = dir / "earlier.bin";
+    WriteLocal(target, {'o', 'l', 'd'});
     {
-        FileTransferSession session(observed.map._Ptr(), platform());
-        session.FillFileList();
-        session.SelectFile(indexOf(session, "UserSet2"));
+        const auto session = Session("UserSet2", observed.map._Ptr());
         // The device moves at most 1024 bytes per read of its transfer buffer
         // (0x41000): cancel while it delivers the second 2048-byte chunk.
         int bufferReads = 0;
         observed.onRead = [&](int64_t address) {
-            if (address == 0x41000 && ++bufferReads == 3) session.Cancel();
+            if (address == 0x41000 && ++bufferReads == 3) session->Cancel();
         };
-        dialog.answer = target.string();
-        ASSERT_TRUE(session.StartDownload());
-        // Leaving the dialog waits for the worker to notice the flag.
-    }
-    EXPECT_EQ(progress.positions, (std::vector<int32_t>{1, 2048})) << "the chunk in hand is not written";
-    EXPECT_TRUE(messages.shown.empty());
-    EXPECT_FALSE(buttons.download) << "the dialog is closing; the buttons stay disabled";
-    EXPECT_FALSE(buttons.upload);
-    EXPECT_EQ(readLocal(target), (std::vector<uint8_t>{'o', 'l', 'd'})) << "the earlier file is kept";
+        platform.answer = target.string();
+        ASSERT_TRUE(session->StartDownload());
+    } // leaving the dialog waits for the worker to notice the flag
+    EXPECT_EQ(platform.positions, (std::vector<int32_t>{1, 2048}));
+    EXPECT_TRUE(platform.messages.empty());
+    EXPECT_FALSE(platform.download || platform.upload)
+        << "the dialog is closing; the buttons stay off";
+    EXPECT_EQ(ReadLocal(target), (std::vector<uint8_t>{'o', 'l', 'd'}))
+        << "the earlier file is kept";
     EXPECT_FALSE(fs::exists(target.string() + ".part"));
     EXPECT_FALSE(observed.device.fileIsOpen("UserSet2"));
-}
 
-TEST_F(FileTransfer, CancelledUploadHasWrittenTheChunkInHand) {
-    std::vector<uint8_t> content = pattern(5000);
-    fs::path source = dir / "source.bin";
-    writeLocal(source, content);
+    const std::vector<uint8_t> content = Pattern(5000);
+    WriteLocal(target, content);
+    platform.positions.clear();
     {
-        FileTransferSession session(camera.nodeMap(), platform());
-        session.FillFileList();
-        session.SelectFile(indexOf(session, "UserSet2"));
-        progress.onPosition = [&](int32_t position) {
-            if (position == 2048) session.Cancel();
+        const auto session = Session("UserSet2");
+        platform.onPosition = [&](int32_t position) {
+            if (position == 2048) session->Cancel();
         };
-        dialog.answer = source.string();
-        ASSERT_TRUE(session.StartUpload());
+        ASSERT_TRUE(session->StartUpload());
     }
-    EXPECT_EQ(camera.device.fileContents("UserSet2"), std::vector<uint8_t>(content.begin(), content.begin() + 4096));
-    EXPECT_TRUE(messages.shown.empty());
-    EXPECT_EQ(progress.positions, (std::vector<int32_t>{1, 2048}));
+    EXPECT_EQ(camera.device.fileContents("UserSet2"),
+              std::vector<uint8_t>(content.begin(), content.begin() + 4096));
+    EXPECT_EQ(platform.positions, (std::vector<int32_t>{1, 2048}));
+    EXPECT_TRUE(platform.messages.empty());
 }
 
 TEST_F(FileTransfer, DeviceErrorsShowTheExceptionTextAndRemoveThePartialDownload) {
-    FileTransferSession session(camera.nodeMap(), platform());
-    session.FillFileList();
-
     // Uploading into the read-only log: the device refuses the open mode.
-    session.SelectFile(indexOf(session, "DeviceLog"));
     std::string refused;
     try {
         GenApi::ODevFileStream direct(camera.nodeMap(), "DeviceLog");
@@ -405,73 +314,59 @@ TEST_F(FileTransfer, DeviceErrorsShowTheExceptionTextAndRemoveThePartialDownload
         refused = e.what();
     }
     ASSERT_FALSE(refused.empty());
-    fs::path source = dir / "source.bin";
-    writeLocal(source, pattern(100));
-    dialog.answer = source.string();
-    ASSERT_TRUE(session.StartUpload());
-    session.WaitForTransfer();
-    ASSERT_EQ(messages.shown.size(), 1u);
-    EXPECT_EQ(messages.shown[0].text, refused);
-    EXPECT_EQ(messages.shown[0].caption, "Error");
-    EXPECT_EQ(messages.shown[0].icon, MessageIcon::Exclamation);
-    EXPECT_TRUE(buttons.download);
-    EXPECT_TRUE(buttons.upload);
+    const auto session = Session("DeviceLog");
+    WriteLocal(dir / "source.bin", Pattern(100));
+    platform.answer = (dir / "source.bin").string();
+    ASSERT_TRUE(session->StartUpload());
+    session->WaitForTransfer();
+    EXPECT_EQ(platform.messages, std::vector<std::string>{"Error!: " + refused});
+    EXPECT_TRUE(platform.download && platform.upload);
 
     // A reset in the middle of a download closes the device file under it.
-    ASSERT_TRUE(camera.device.setFileContents("UserSet2", pattern(5000)));
-    session.SelectFile(indexOf(session, "UserSet2"));
-    progress.onPosition = [&](int32_t position) {
-        if (position == 2048) GenApi::CCommandPtr(camera.nodeMap()->GetNode("DeviceReset"))->Execute();
+    ASSERT_TRUE(camera.device.setFileContents("UserSet2", Pattern(5000)));
+    session->SelectFile(1);
+    platform.onPosition = [&](int32_t position) {
+        if (position == 2048)
+            GenApi::CCommandPtr(camera.nodeMap()->GetNode("DeviceReset"))->Execute();
     };
-    fs::path target = dir / "reset.bin";
-    writeLocal(target.string() + ".part", {'m', 'i', 'n', 'e'});
-    dialog.answer = target.string();
-    ASSERT_TRUE(session.StartDownload());
-    session.WaitForTransfer();
-    ASSERT_EQ(messages.shown.size(), 2u);
-    EXPECT_EQ(messages.shown[1].caption, "Error");
-    EXPECT_NE(messages.shown[1].text.find("UserSet2"), std::string::npos) << messages.shown[1].text;
+    const fs::path target = dir / "reset.bin";
+    WriteLocal(target.string() + ".part", {'m', 'i', 'n', 'e'});
+    platform.answer = target.string();
+    ASSERT_TRUE(session->StartDownload());
+    session->WaitForTransfer();
+    ASSERT_EQ(platform.messages.size(), 2u);
+    EXPECT_EQ(platform.messages[1].substr(0, 8), "Error!: ");
+    EXPECT_NE(platform.messages[1].find("UserSet2"), std::string::npos) << platform.messages[1];
     EXPECT_FALSE(fs::exists(target));
     EXPECT_FALSE(fs::exists(target.string() + ".1.part")) << "its own temporary file is removed";
-    EXPECT_EQ(readLocal(target.string() + ".part"), (std::vector<uint8_t>{'m', 'i', 'n', 'e'}));
-    EXPECT_EQ(progress.events.back(), "hide");
-    EXPECT_TRUE(buttons.download);
+    EXPECT_EQ(ReadLocal(target.string() + ".part"), (std::vector<uint8_t>{'m', 'i', 'n', 'e'}));
+    EXPECT_EQ(platform.progress.back(), "hide");
 }
 
 // A local file that does not open: nothing happens to the device file or on
 // disk, the window still says "successfully" as its message rule has it, and
 // the outcome names the reason.
 TEST_F(FileTransfer, ALocalFileThatDoesNotOpenTouchesNothing) {
-    const std::vector<uint8_t> kept = pattern(300);
+    const std::vector<uint8_t> kept = Pattern(300);
     ASSERT_TRUE(camera.device.setFileContents("UserSet2", kept));
-    FileTransferSession session(camera.nodeMap(), platform());
-    session.FillFileList();
-    session.SelectFile(indexOf(session, "UserSet2"));
-    struct Row {
-        bool download;
-        fs::path local;
-        std::string reason;
-    };
+    const auto session = Session("UserSet2");
     const fs::path missing = dir / "missing" / "file.bin";
-    for (const Row& row :
-         {Row{false, missing, "Cannot read " + missing.string() + ": No such file or directory"},
-          Row{false, dir, "Cannot read " + dir.string() + ": Is a directory"},
-          Row{true, missing,
-              "Cannot create " + missing.string() + ".part: No such file or directory"}}) {
-        SCOPED_TRACE(row.local);
-        messages.shown.clear();
-        dialog.answer = row.local.string();
-        ASSERT_TRUE(row.download ? session.StartDownload() : session.StartUpload());
-        session.WaitForTransfer();
-        EXPECT_EQ(session.LastResult().outcome,
-                  quillon::inspect::TransferResult::Outcome::LocalNotOpened);
-        EXPECT_EQ(session.LastResult().reason, row.reason);
-        ASSERT_EQ(messages.shown.size(), 1u);
-        EXPECT_EQ(messages.shown[0].caption, "Success");
+    for (auto [download, local, reason] :
+         {std::tuple{false, missing,
+                     "Cannot read " + missing.string() + ": No such file or directory"},
+          {false, dir, "Cannot read " + dir.string() + ": Is a directory"},
+          {true, missing,
+           "Cannot create " + missing.string() + ".part: No such file or directory"}}) {
+        platform.messages.clear();
+        platform.answer = local.string();
+        ASSERT_TRUE(download ? session->StartDownload() : session->StartUpload());
+        session->WaitForTransfer();
+        EXPECT_EQ(session->LastResult().outcome, Outcome::LocalNotOpened);
+        EXPECT_EQ(session->LastResult().reason, reason);
+        ASSERT_EQ(platform.messages.size(), 1u);
+        EXPECT_EQ(platform.messages[0].substr(0, 9), "Success: ");
         EXPECT_EQ(camera.device.fileContents("UserSet2"), kept) << "the device file is not emptied";
         EXPECT_FALSE(camera.device.fileIsOpen("UserSet2"));
     }
     EXPECT_FALSE(fs::exists(dir / "missing"));
 }
-
-} // namespace

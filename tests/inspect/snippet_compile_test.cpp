@@ -32,7 +32,7 @@
 #include "inspect/session_code.h"
 #include "inspect/snippet_generator.h"
 #include "inspect/value_commit.h"
-#include "property_snippet_fixtures.h"
+#include "inspect_support.h"
 #include "qorvis.h"
 #include "types/integer_display.h"
 
@@ -62,16 +62,21 @@ std::string PrintFor(GenApi::INode* node, const std::string& id) {
     if (type == GenApi::intfIFloat) unit = std::string(GenApi::CFloatPtr(node)->GetUnit());
     std::string var = VariableName(name, unit);
     // Nothing is printed after a failed read: the variable holds no value.
-    std::string head = "\tif (!QappGetError(Q_DEFAULT_APPLICATION, Q_CURRENT, 0)) std::printf(\"VALUE " + id + " ";
+    std::string head =
+        "\tif (!QappGetError(Q_DEFAULT_APPLICATION, Q_CURRENT, 0)) std::printf(\"VALUE " + id + " ";
     switch (type) {
     case GenApi::intfIInteger:
-    case GenApi::intfIBoolean: return head + "%lld\\n\", (long long)" + var + ");\n";
-    case GenApi::intfIFloat: return head + "%.17g\\n\", " + var + ");\n";
+    case GenApi::intfIBoolean:
+        return head + "%lld\\n\", (long long)" + var + ");\n";
+    case GenApi::intfIFloat:
+        return head + "%.17g\\n\", " + var + ");\n";
     case GenApi::intfIString:
-    case GenApi::intfIEnumeration: return head + "%.*s\\n\", (int)" + var + "StringSize, " + var + "Ptr);\n";
+    case GenApi::intfIEnumeration:
+        return head + "%.*s\\n\", (int)" + var + "StringSize, " + var + "Ptr);\n";
     case GenApi::intfIRegister:
         return head + "%lld %d\\n\", (long long)" + var + "Size, (int)p" + var + "[1]);\n";
-    default: return {};
+    default:
+        return {};
     }
 }
 
@@ -84,29 +89,34 @@ bool AddressRepresentation(GenApi::INode* node) {
 }
 
 std::string Program(const std::vector<Piece>& pieces) {
-    std::string p = "#include <cstdio>\n#include \"qorvis.h\"\n\n"
-                    "static QOR_ID QorSystem = 0;\nstatic QOR_ID QorDigitizer = 0;\n\n"
-                    "static void Report(const char* id) {\n"
-                    "\tchar text[256] = \"\";\n"
-                    "\tQOR_INT code = QappGetError(Q_DEFAULT_APPLICATION, Q_CURRENT, 0);\n"
-                    "\tif (code) QappGetError(Q_DEFAULT_APPLICATION, Q_CURRENT_SUB_1 + Q_TEXT, text);\n"
-                    "\tstd::printf(\"RESULT %s %lld %s\\n\", id, (long long)code, text);\n"
-                    "\tQappControl(Q_DEFAULT_APPLICATION, Q_ERROR_RESET, Q_DEFAULT);\n"
-                    "}\n\n";
+    std::string p =
+        "#include <cstdio>\n#include \"qorvis.h\"\n\n"
+        "static QOR_ID QorSystem = 0;\nstatic QOR_ID QorDigitizer = 0;\n\n"
+        "static void Report(const char* id) {\n"
+        "\tchar text[256] = \"\";\n"
+        "\tQOR_INT code = QappGetError(Q_DEFAULT_APPLICATION, Q_CURRENT, 0);\n"
+        "\tif (code) QappGetError(Q_DEFAULT_APPLICATION, Q_CURRENT_SUB_1 + Q_TEXT, text);\n"
+        "\tstd::printf(\"RESULT %s %lld %s\\n\", id, (long long)code, text);\n"
+        "\tQappControl(Q_DEFAULT_APPLICATION, Q_ERROR_RESET, Q_DEFAULT);\n"
+        "}\n\n";
     for (size_t i = 0; i < pieces.size(); ++i)
         p += "static void Snippet" + std::to_string(i) + "() {\n" + pieces[i].code + "}\n\n";
-    p += "int main() {\n"
-         "\tQappControl(Q_DEFAULT_APPLICATION, Q_ERROR_PRINT, Q_PRINT_DISABLE);\n"
-         "\tQsysAlloc(Q_DEFAULT_APPLICATION, Q_SYSTEM_SIMULATED, Q_DEFAULT, 0, &QorSystem);\n"
-         "\tQdigAlloc(QorSystem, Q_DEFAULT, QOR_TEXT(\"DEFAULT\"), 0, &QorDigitizer);\n"
-         "\tif (!QorSystem || !QorDigitizer) { std::printf(\"ALLOCATION FAILED\\n\"); return 2; }\n";
+    p +=
+        "int main() {\n"
+        "\tQappControl(Q_DEFAULT_APPLICATION, Q_ERROR_PRINT, Q_PRINT_DISABLE);\n"
+        "\tQsysAlloc(Q_DEFAULT_APPLICATION, Q_SYSTEM_SIMULATED, Q_DEFAULT, 0, &QorSystem);\n"
+        "\tQdigAlloc(QorSystem, Q_DEFAULT, QOR_TEXT(\"DEFAULT\"), 0, &QorDigitizer);\n"
+        "\tif (!QorSystem || !QorDigitizer) { std::printf(\"ALLOCATION FAILED\\n\"); return 2; }\n";
     for (size_t i = 0; i < pieces.size(); ++i)
         p += "\tSnippet" + std::to_string(i) + "();\n\tReport(\"" + pieces[i].id + "\");\n";
-    p += "\tQdigFree(QorDigitizer);\n\tQsysFree(QorSystem);\n\tstd::printf(\"DONE\\n\");\n\treturn 0;\n}\n";
+    p += "\tQdigFree(QorDigitizer);\n\tQsysFree(QorSystem);\n\tstd::printf(\"DONE\\n\");\n\treturn "
+         "0;\n}\n";
     return p;
 }
 
-bool HaveCompiler() { return std::system("command -v g++ >/dev/null 2>&1") == 0; }
+bool HaveCompiler() {
+    return std::system("command -v g++ >/dev/null 2>&1") == 0;
+}
 
 std::string ReadFile(const fs::path& path) {
     std::ifstream in(path);
@@ -123,7 +133,7 @@ TEST(SnippetCompile, GeneratedCameraCodeCompilesRunsAndAccessesTheFeatures) {
     // The browsed camera holds values other than the power-on ones, so the
     // generated control blocks carry them to the program's own camera and
     // its inquire blocks must read them back.
-    quillon_text_test::Camera c;
+    quillon_inspect_test::Camera c;
     GenApi::CIntegerPtr(c.node("Width"))->SetValue(640);
     GenApi::CBooleanPtr(c.node("ReverseX"))->SetValue(true);
     GenApi::CStringPtr(c.node("DeviceUserID"))->SetValue("Quillon");
@@ -155,17 +165,21 @@ TEST(SnippetCompile, GeneratedCameraCodeCompilesRunsAndAccessesTheFeatures) {
         if (t.showControl && !t.controlBlock.empty() && !AddressRepresentation(node) &&
             t.controlBlock.find("QOR_INT6464") == std::string::npos)
             (command ? commands : controls).push_back({"control:" + name, t.controlBlock});
-        if (t.showInquire && !t.inquireBlock.empty() && t.inquireBlock.find("QOR_INT6464") == std::string::npos) {
+        if (t.showInquire && !t.inquireBlock.empty() &&
+            t.inquireBlock.find("QOR_INT6464") == std::string::npos) {
             std::string id = "inquire:" + name;
             inquires.push_back({id, WithPrint(t.inquireBlock, PrintFor(node, id))});
-            if (name == "Width") widthAgain = {"after:Width", WithPrint(t.inquireBlock, PrintFor(node, "after:Width"))};
+            if (name == "Width")
+                widthAgain = {"after:Width",
+                              WithPrint(t.inquireBlock, PrintFor(node, "after:Width"))};
         }
     }
     EXPECT_GE(features, 100);
     ASSERT_FALSE(widthAgain.id.empty());
     // Settings first, then every read, then the commands (a reset last), then
     // one read that shows what the commands did.
-    std::stable_partition(commands.begin(), commands.end(), [](const Piece& p) { return p.id != "control:DeviceReset"; });
+    std::stable_partition(commands.begin(), commands.end(),
+                          [](const Piece& p) { return p.id != "control:DeviceReset"; });
     std::vector<Piece> pieces = controls;
     pieces.insert(pieces.end(), inquires.begin(), inquires.end());
     pieces.insert(pieces.end(), commands.begin(), commands.end());
@@ -186,8 +200,10 @@ TEST(SnippetCompile, GeneratedCameraCodeCompilesRunsAndAccessesTheFeatures) {
     quillon::browser::NodeMapContext context;
     context.nodeMap = c.camera.nodeMap();
     GenApi::CEnumerationPtr(c.node("LineSelector"))->FromString("Line2");
-    const char* edits[][2] = {{"Width", "800"},       {"PixelFormat", "Mono16"},
-                              {"GainSelector", "AnalogAll"}, {"Gain", "4.5"},
+    const char* edits[][2] = {{"Width", "800"},
+                              {"PixelFormat", "Mono16"},
+                              {"GainSelector", "AnalogAll"},
+                              {"Gain", "4.5"},
                               {"LineInverter", "1"}};
     for (const auto& [name, value] : edits) {
         ASSERT_TRUE(CommitValue(c.node(name), name, value, context).written) << name;
@@ -196,10 +212,12 @@ TEST(SnippetCompile, GeneratedCameraCodeCompilesRunsAndAccessesTheFeatures) {
     GenApi::CEnumerationPtr(c.node("LineSelector"))->FromString("Line0");
     pieces.push_back({"session", session.Text()});
     // Read back under whatever selectors the session left.
-    for (const char* name : {"Width", "PixelFormat", "GainSelector", "Gain", "LineSelector", "LineInverter"}) {
+    for (const char* name :
+         {"Width", "PixelFormat", "GainSelector", "Gain", "LineSelector", "LineInverter"}) {
         GenApi::INode* node = c.node(name);
         const std::string id = std::string("session:") + name;
-        const SnippetTexts own = GenerateSnippets(node, MakeSnippetRequest(node, Q_DIGITIZER_OBJECT));
+        const SnippetTexts own =
+            GenerateSnippets(node, MakeSnippetRequest(node, Q_DIGITIZER_OBJECT));
         pieces.push_back({id, WithPrint(own.inquireBlock, PrintFor(node, id))});
     }
 
@@ -209,10 +227,13 @@ TEST(SnippetCompile, GeneratedCameraCodeCompilesRunsAndAccessesTheFeatures) {
         std::ofstream out(dir / "snippets.cpp");
         out << Program(pieces);
     }
-    std::string compile = "g++ -std=c++17 -w -I\"" QUILLON_SOURCE_DIR "/qorvis\" \"" + (dir / "snippets.cpp").string() +
+    std::string compile = "g++ -std=c++17 -w -I\"" QUILLON_SOURCE_DIR "/qorvis\" \"" +
+                          (dir / "snippets.cpp").string() +
                           "\" \"" QORVIS_LIB "\" \"" GENAPI_LIB "\" " QORVIS_LINK_FLAGS " -o \"" +
-                          (dir / "snippets").string() + "\" >\"" + (dir / "compile.log").string() + "\" 2>&1";
-    ASSERT_EQ(std::system(compile.c_str()), 0) << ReadFile(dir / "compile.log") << "\nprogram: " << (dir / "snippets.cpp");
+                          (dir / "snippets").string() + "\" >\"" + (dir / "compile.log").string() +
+                          "\" 2>&1";
+    ASSERT_EQ(std::system(compile.c_str()), 0)
+        << ReadFile(dir / "compile.log") << "\nprogram: " << (dir / "snippets.cpp");
     std::string run = "ASAN_OPTIONS=detect_leaks=0 \"" + (dir / "snippets").string() + "\" >\"" +
                       (dir / "run.log").string() + "\" 2>&1";
     int status = std::system(run.c_str());
@@ -237,7 +258,8 @@ TEST(SnippetCompile, GeneratedCameraCodeCompilesRunsAndAccessesTheFeatures) {
     // Every call succeeds, except on the shutter mode, whose device value
     // matches no entry: its value text is empty and its reads fail.
     for (const auto& [id, result] : results) {
-        bool expectedFailure = id == "control:SensorShutterMode" || id == "inquire:SensorShutterMode";
+        bool expectedFailure =
+            id == "control:SensorShutterMode" || id == "inquire:SensorShutterMode";
         if (expectedFailure)
             EXPECT_NE(result.substr(0, 2), "0 ") << id << ": " << result;
         else

@@ -11,25 +11,11 @@
 #include "GenApi/Pointer.h"
 #include "inspect/access_explanation.h"
 #include "inspect/selector_slices.h"
-#include "property_snippet_fixtures.h"
+#include "inspect_support.h"
 
 using namespace quillon::inspect;
 
 namespace {
-
-// A vendor description with every port over one zero-filled memory.
-struct VendorDevice {
-    GenApi::CMemoryPort port;
-    GenApi::CNodeMapRef map;
-    explicit VendorDevice(const std::string& file) {
-        map._LoadXMLFromFile((std::string(QUILLON_CORPUS_DIR) + "/" + file).c_str());
-        GenApi::NodeList_t nodes;
-        map._GetNodes(nodes);
-        for (GenApi::INode* node : nodes)
-            if (node->GetPrincipalInterfaceType() == GenApi::intfIPort)
-                map._Connect(&port, node->GetName());
-    }
-};
 
 std::string Value(GenApi::INode* node) {
     return std::string(GenApi::CValuePtr(node)->ToString());
@@ -101,9 +87,11 @@ TEST(AccessExplanation, NamesTheInnermostCauseWithTheValuesThatDecideIt) {
     // clang-format on
     for (const Case& c : cases) {
         SCOPED_TRACE(std::string(c.file) + " " + c.feature);
-        quillon_text_test::Camera camera;
-        std::unique_ptr<VendorDevice> vendor;
-        if (*c.file) vendor = std::make_unique<VendorDevice>(c.file);
+        quillon_inspect_test::Camera camera;
+        std::unique_ptr<quillon_inspect_test::VendorDevice> vendor;
+        if (*c.file)
+            vendor = std::make_unique<quillon_inspect_test::VendorDevice>(
+                std::string(QUILLON_CORPUS_DIR "/") + c.file);
         GenApi::INodeMap* map = vendor ? vendor->map._Ptr() : camera.camera.nodeMap();
         for (const auto& [name, value] : c.writes)
             GenApi::CValuePtr(map->GetNode(name))->FromString(value);
@@ -114,7 +102,7 @@ TEST(AccessExplanation, NamesTheInnermostCauseWithTheValuesThatDecideIt) {
 }
 
 TEST(SelectorSlices, ReadsEveryEntryOfBothLevelsAndSetsTheSelectorsBack) {
-    quillon_text_test::Camera c;
+    quillon_inspect_test::Camera c;
     GenApi::CEnumerationPtr(c.node("FileSelector"))->FromString("LUTFile");
     GenApi::CEnumerationPtr(c.node("FileOperationSelector"))->FromString("Read");
     const std::vector<SliceTable> tables = ReadSlices(c.node("FileSelector"));
@@ -150,7 +138,7 @@ TEST(SelectorSlices, ReadsEveryEntryOfBothLevelsAndSetsTheSelectorsBack) {
 TEST(SelectorSlices, CellsSayInOneWordWhyTheyCannotBeRead) {
     const char* reg = "<Length>4</Length><AccessMode>RW</AccessMode><pPort>Device</pPort>"
                       "<Sign>Unsigned</Sign><Endianess>LittleEndian</Endianess>";
-    quillon_text_test::InlineDevice d(
+    quillon_inspect_test::MemoryDevice d(
         std::string("<Enumeration Name=\"S\"><EnumEntry Name=\"A\"><Value>0</Value></EnumEntry>"
                     "<EnumEntry Name=\"B\"><Value>1</Value></EnumEntry>"
                     "<EnumEntry Name=\"C\"><Value>2</Value></EnumEntry>"
