@@ -4,13 +4,11 @@
 
 #include <chrono>
 #include <filesystem>
+#include <functional>
 #include <set>
 
 #include "GenApi/MemoryPort.h"
 #include "browser_support.h"
-#include "qorvis.h"
-#include "sim/sim_camera.h"
-#include "transport/node_map_loading.h"
 
 using namespace quillon::browser;
 using quillon_browser_test::Browser;
@@ -138,54 +136,18 @@ TEST_F(TreeBuild, CallbacksRecordChangesUntilTheRowsAreCleared) {
     EXPECT_TRUE(browser.changes.Snapshot().empty());
 }
 
-TEST(CaptionedEntries, CameraAndLibraryObjectDescriptionsSideBySide) {
-    QOR_ID app = 0, sys = 0, dig = 0;
-    QappAlloc(QOR_TEXT(""), &app);
-    QsysAlloc(app, Q_SYSTEM_SIMULATED, 0, Q_DEFAULT, &sys);
-    QdigAlloc(sys, 0, QOR_TEXT(""), Q_DEFAULT, &dig);
-    {
-        std::unique_ptr<CQorTransportLayerBase> sysPort, digPort;
-        auto sysMap = LoadNodeMapForObject(sys, sysPort, QUILLON_DATA_DIR);
-        auto digMap = LoadNodeMapForObject(dig, digPort, QUILLON_DATA_DIR);
-        ASSERT_TRUE(sysMap && digMap);
-        GenApi::INodeMap* camera = nullptr;
-        QdigInquire(dig, Q_GC_NODE_MAP, &camera);
-        Browser browser;
-        auto system = Entry(sysMap->map._Ptr(), "System");
-        system.context.object = sys;
-        browser.model.Build(
-            {Entry(camera, "Camera"), system, Entry(digMap->map._Ptr(), "Digitizer")}, kGuru);
-        std::string captions;
-        for (const auto* item : browser.tree.topLevel())
-            captions += item->text + (item->bold && !item->children.empty() ? "+ " : " ");
-        EXPECT_EQ(captions, "Camera+ System+ Digitizer+ ");
-        // Each row carries its entry's context; the file access category is the camera's.
-        for (const auto& row : browser.model.featureRows())
-            EXPECT_EQ(row.context.object == sys, row.node->GetNodeMap() == sysMap->map._Ptr());
-        for (const auto& row : browser.model.categoryRows())
-            EXPECT_TRUE(!row.isFileAccessCategory || row.context.caption == "Camera");
-        browser.model.Clear();
-    }
-    QdigFree(dig);
-    QsysFree(sys);
-    QappFree(app);
-}
-
 TEST(CorpusTrees, EveryDescriptionBuildsWithEachNodeShownOnce) {
     int built = 0, files = 0;
     for (const auto& file : std::filesystem::directory_iterator(QUILLON_CORPUS_DIR)) {
-        bool zipped = file.path().extension() == ".zip";
+        const bool zipped = file.path().extension() == ".zip";
         if (file.path().extension() != ".xml" && !zipped) continue;
         ++files;
-        SCOPED_TRACE(file.path().filename().string());
         GenApi::CMemoryPort port;
         GenApi::CNodeMapRef map;
-        if (zipped)
-            map._LoadXMLFromZIPFile(file.path().string().c_str());
-        else
-            map._LoadXMLFromFile(file.path().string().c_str());
+        zipped ? map._LoadXMLFromZIPFile(file.path().c_str())
+               : map._LoadXMLFromFile(file.path().c_str());
         GenApi::NodeList_t all;
-        map._Ptr()->GetNodes(all);
+        map._GetNodes(all);
         for (GenApi::INode* node : all) // some descriptions name their port other than "Device"
             if (node->GetPrincipalInterfaceType() == GenApi::intfIPort)
                 map._Connect(&port, node->GetName());
@@ -201,15 +163,15 @@ TEST(CorpusTrees, EveryDescriptionBuildsWithEachNodeShownOnce) {
             continue;
         }
         std::set<GenApi::INode*> nodes;
-        size_t items = 0;
-        for (const auto& row : browser.model.featureRows()) {
-            EXPECT_TRUE(nodes.insert(row.node).second) << row.node->GetName();
-            EXPECT_LE(row.node->GetVisibility(), GenApi::Guru);
-            if (row.treeItem) ++items;
-        }
-        for (const auto& row : browser.model.categoryRows())
-            EXPECT_TRUE(nodes.insert(row.node).second);
-        EXPECT_EQ(items + browser.model.categoryRows().size(), browser.tree.size());
+        size_t items = browser.model.categoryRows().size();
+        for (const auto* rows : {&browser.model.featureRows(), &browser.model.categoryRows()})
+            for (const auto& row : *rows) {
+                EXPECT_TRUE(nodes.insert(row.node).second)
+                    << file.path() << " " << row.node->GetName();
+                EXPECT_LE(row.node->GetVisibility(), GenApi::Guru);
+                items += rows == &browser.model.featureRows() && row.treeItem;
+            }
+        EXPECT_EQ(items, browser.tree.size()) << file.path();
         ++built;
     }
     EXPECT_GT(files, 20);
@@ -233,19 +195,18 @@ TEST(SlicedBuild, EndsWithTheRowsAndTreeOfOneBuild) {
         ++slices;
     EXPECT_GT(slices, 10);
     EXPECT_FALSE(sliced.model.building());
-    auto shape = [](const Browser& b) {
+    std::function<std::string(const TextTree::Item&, std::string)> item =
+        [&](const TextTree::Item& i, std::string indent) {
+            std::string out =
+                indent + i.text + (i.bold ? " B" : "") + (i.expanded ? " +" : "") + "\n";
+            for (const auto* child : i.children)
+                out += item(*child, indent + "  ");
+            return out;
+        };
+    const auto shape = [&](const Browser& b) {
         std::string out = b.tree.topLevelExpanded() ? "open\n" : "closed\n";
-        std::vector<std::pair<const TextTree::Item*, int>> stack;
-        for (auto it = b.tree.topLevel().rbegin(); it != b.tree.topLevel().rend(); ++it)
-            stack.emplace_back(*it, 0);
-        while (!stack.empty()) {
-            auto [item, depth] = stack.back();
-            stack.pop_back();
-            out += std::string(2 * depth, ' ') + item->text + (item->bold ? " B" : "") +
-                   (item->expanded ? " +" : "") + "\n";
-            for (auto it = item->children.rbegin(); it != item->children.rend(); ++it)
-                stack.emplace_back(*it, depth + 1);
-        }
+        for (const auto* top : b.tree.topLevel())
+            out += item(*top, "");
         for (const auto& row : b.model.featureRows())
             out += std::string(row.node->GetName()) + " " +
                    std::to_string(row.selectedRows.size()) + "\n";

@@ -14,12 +14,6 @@ using namespace quillon::controls;
 
 namespace {
 
-// The decision as letters: focus, pass to the tree, select, toggle, boolean.
-std::string Letters(const ClickDecision& d) {
-    return std::string(d.focus ? "f" : "") + (d.passToTree ? "p" : "") + (d.select ? "s" : "") +
-           (d.toggleExpansion ? "t" : "") + (d.toggleBoolean ? "b" : "");
-}
-
 ColumnWidths Widths(std::vector<int> w) {
     return ReadColumnWidths(w);
 }
@@ -27,11 +21,12 @@ ColumnWidths Widths(std::vector<int> w) {
 } // namespace
 
 TEST(ColumnTree, ClicksOnARow) {
-    // A row 18 high at y 40, its text from x 60 to 400; column 0 is 250 wide,
-    // the columns 600 in all, the name field 50.
+    // A row at y 40, its text from x 60 to 400, the name field 50 wide;
+    // column 0 is 250 wide, the columns 600 in all. The decision as letters:
+    // focus, pass to the tree, select, toggle expansion, toggle the boolean.
     constexpr auto Down = ClickKind::ButtonDown, Double = ClickKind::DoubleClick;
     constexpr auto Label = RowPart::LabelOrRight, Else = RowPart::Elsewhere;
-    const Rect expand{60, 44, 76, 60}, check{256, 41, 272, 57};
+    const Rect none, expand{60, 44, 76, 60}, check{256, 41, 272, 57};
     struct Row {
         ClickKind kind;
         int x;
@@ -40,72 +35,54 @@ TEST(ColumnTree, ClicksOnARow) {
         Rect expandIcon, checkIcon;
         const char* expected;
     };
+    // clang-format off
     const Row rows[] = {
-        {Down, 100, Label, true, {}, {}, "fs"},
-        {Double, 100, Label, true, {}, {}, "t"},
-        {Down, 400, Label, true, {}, {}, "f"},
-        {Double, 400, Label, true, {}, {}, ""},
-        {Down, 65, Label, true, expand, {}, "fst"},
-        {Down, 76, Label, true, expand, {}, "fs"},
-        {Down, 260, Label, true, {}, check, "fsb"},
-        {Double, 260, Label, true, {}, check, "t"},
+        {Down, 100, Label, true, none, none, "fs"}, {Double, 100, Label, true, none, none, "t"},
+        {Down, 400, Label, true, none, none, "f"}, {Double, 400, Label, true, none, none, ""},
+        {Down, 65, Label, true, expand, none, "fst"}, {Down, 76, Label, true, expand, none, "fs"},
+        {Down, 260, Label, true, none, check, "fsb"}, {Double, 260, Label, true, none, check, "t"},
         // Without full-row selection the name field plus 6 pixels is the tree's.
-        {Down, 60, Label, false, {}, {}, "p"},
-        {Double, 115, Label, false, {}, {}, "p"},
-        {Down, 116, Label, false, {}, {}, "f"},
-        {Double, 116, Label, false, {}, {}, ""},
-        {Down, 450, Label, false, {}, {}, "f"},
-        {Double, 450, Label, false, {}, {}, ""},
+        {Down, 60, Label, false, none, none, "p"}, {Double, 115, Label, false, none, none, "p"},
+        {Down, 116, Label, false, none, none, "f"}, {Double, 116, Label, false, none, none, ""},
         // Elsewhere: the tree's left of column 0's edge, nothing right of all columns.
-        {Down, 20, Else, true, {}, {}, "p"},
-        {Double, 249, Else, true, {}, {}, "p"},
-        {Down, 250, Else, true, {}, {}, "fs"},
-        {Double, 600, Else, true, {}, {}, "t"},
-        {Down, 601, Else, true, {}, {}, "f"},
-        {Double, 601, Else, true, {}, {}, ""},
-    };
+        {Down, 20, Else, true, none, none, "p"}, {Double, 249, Else, true, none, none, "p"},
+        {Down, 250, Else, true, none, none, "fs"}, {Double, 600, Else, true, none, none, "t"},
+        {Down, 601, Else, true, none, none, "f"}, {Double, 601, Else, true, none, none, ""}};
+    // clang-format on
     for (const Row& row : rows) {
-        ClickInput in;
-        in.kind = row.kind;
-        in.point = {row.x, 45};
-        in.onItem = true;
-        in.part = row.part;
-        in.fullRowSelect = row.fullRow;
-        in.textRect = {60, 40, 400, 58};
-        in.field0Width = 50;
-        in.expandIcon = row.expandIcon;
-        in.checkIcon = row.checkIcon;
-        in.column0Width = 250;
-        in.totalWidth = 600;
-        EXPECT_EQ(Letters(DecideClick(in)), row.expected) << row.x << " " << row.fullRow;
+        ClickInput in{
+            row.kind, {row.x, 45},    true,          row.part, row.fullRow, {60, 40, 400, 58},
+            50,       row.expandIcon, row.checkIcon, 250,      600};
+        const ClickDecision d = DecideClick(in);
+        EXPECT_EQ(std::string(d.focus ? "f" : "") + (d.passToTree ? "p" : "") +
+                      (d.select ? "s" : "") + (d.toggleExpansion ? "t" : "") +
+                      (d.toggleBoolean ? "b" : ""),
+                  row.expected)
+            << row.x << " " << row.fullRow;
         in.onItem = false;
         EXPECT_TRUE(DecideClick(in).Nothing()) << row.x;
     }
 }
 
 TEST(ColumnTree, ToolTipAreasAndTexts) {
-    ToolTipInput in;
-    in.onItem = in.hasNode = true;
-    in.item = 0x1234;
-    in.textRect = {40, 20, 300, 38};
-    in.column0Width = 250;
-    in.clientRight = 700;
     // The 20 pixels left of the divider give no tip; right of it the value cell.
     for (auto [x, area] : {std::pair{230, ToolTipArea::Name},
                            {231, ToolTipArea::None},
                            {250, ToolTipArea::None},
                            {251, ToolTipArea::Value}})
         EXPECT_EQ(ToolTipAreaAt(x, 250), area) << x;
+    ToolTipInput in;
+    in.onItem = in.hasNode = true;
+    in.item = 0x1234;
+    in.textRect = {40, 20, 300, 38};
+    in.column0Width = 250;
+    in.clientRight = 700;
     in.point = {100, 25};
-    const auto name = ToolTipAt(in);
-    ASSERT_TRUE(name);
-    EXPECT_EQ(name->id, 0x1234u);
-    EXPECT_EQ(name->rect, (Rect{40, 20, 230, 38}));
+    EXPECT_EQ(ToolTipAt(in)->id, 0x1234u);
+    EXPECT_EQ(ToolTipAt(in)->rect, (Rect{40, 20, 230, 38}));
     in.point = {500, 25}; // right of the text: still the row's value cell
-    const auto value = ToolTipAt(in);
-    ASSERT_TRUE(value);
-    EXPECT_EQ(value->id, 0x1234u | kValueToolBit);
-    EXPECT_EQ(value->rect, (Rect{250, 20, 680, 38}));
+    EXPECT_EQ(ToolTipAt(in)->id, 0x1234u | kValueToolBit);
+    EXPECT_EQ(ToolTipAt(in)->rect, (Rect{250, 20, 680, 38}));
     in.point = {240, 25};
     EXPECT_FALSE(ToolTipAt(in));
     in.point = {100, 25};
@@ -115,18 +92,18 @@ TEST(ColumnTree, ToolTipAreasAndTexts) {
     in.onItem = false;
     EXPECT_FALSE(ToolTipAt(in));
 
-    // An enumeration's value cell tells of its current entry.
+    // An enumeration's value cell tells of its current entry; texts are cut
+    // at 199 characters, never inside one.
     EXPECT_EQ(ToolTipText(ToolTipArea::Value, true, "Global.", "Mode."), "Global.");
     EXPECT_EQ(ToolTipText(ToolTipArea::Value, true, std::nullopt, "Mode."), "");
     EXPECT_EQ(ToolTipText(ToolTipArea::Name, true, "Global.", "Mode."), "Mode.");
     EXPECT_EQ(ToolTipText(ToolTipArea::Value, false, "Global.", "Gain."), "Gain.");
-    // Cut at 199 characters, never inside one.
-    const std::string exact(199, 'x');
-    EXPECT_EQ(ToolTipText(ToolTipArea::Name, false, std::nullopt, exact + "yz"), exact);
     std::string umlauts;
     for (int i = 0; i < 200; ++i)
         umlauts += "\xC3\xA4";
     EXPECT_EQ(ToolTipText(ToolTipArea::Name, false, std::nullopt, umlauts), umlauts.substr(0, 398));
+    EXPECT_EQ(ToolTipText(ToolTipArea::Name, false, std::nullopt, std::string(200, 'x')).size(),
+              199u);
 }
 
 TEST(ColumnTree, FieldsWidthsAndScrollRange) {
@@ -135,43 +112,34 @@ TEST(ColumnTree, FieldsWidthsAndScrollRange) {
                                       {"a\t\tc", 1, ""},
                                       {"a\t\tc", 2, "c"},
                                       {"a\t", 1, ""},
-                                      {"Device Control", 0, "Device Control"},
+                                      {"Device", 0, "Device"},
                                       {"", 0, ""}})
         EXPECT_EQ(Field(text, index), field) << text << " " << index;
-    for (auto [text, index] : {std::pair{"Device Control", 1}, {"", 1}, {"a\tb", -1}})
+    for (auto [text, index] : {std::pair{"Device", 1}, {"", 1}, {"a\tb", -1}})
         EXPECT_FALSE(Field(text, index)) << text << " " << index;
 
     std::vector<int> header(17, 10);
     header[16] = 1000; // the 17th column is neither kept nor counted
     const ColumnWidths w = ReadColumnWidths(header);
-    EXPECT_EQ(w.count, 16);
-    EXPECT_EQ(w.total, 160);
-    EXPECT_EQ(w.Left(15), 150);
-    EXPECT_EQ(w.Right(15), 160);
+    EXPECT_EQ(std::vector({w.count, w.total, w.Left(15), w.Right(15)}),
+              std::vector({16, 160, 150, 160}));
     EXPECT_EQ(ReadColumnWidths({}).Column0(), 0);
     EXPECT_EQ(RowHeight(16), 18);
-
     // The last column takes the rest of the client, at least 300.
-    const ColumnWidths three = Widths({200, 50, 100});
     for (auto [client, last] : {std::pair{900, 650}, {400, 300}, {550, 300}, {551, 301}}) {
-        const ColumnWidths r = ResizeLastColumn(three, client, false);
+        const ColumnWidths r = ResizeLastColumn(Widths({200, 50, 100}), client, false);
         EXPECT_EQ(r.width[2], last) << client;
         EXPECT_EQ(r.total, 250 + last) << client;
     }
     EXPECT_EQ(ResizeLastColumn(Widths({100}), 700, false).width[0], 700);
-    EXPECT_EQ(ResizeLastColumn(three, 900, true).total, 350);
+    EXPECT_EQ(ResizeLastColumn(Widths({200, 50, 100}), 900, true).total, 350);
     EXPECT_EQ(ResizeLastColumn(ColumnWidths{}, 900, false).count, 0);
-
     // The range ends at the columns' last pixel, but reaches the tree column plus 300.
     const HScrollBar wide = MakeHScrollBar(Widths({200, 600}), 500, 40);
-    EXPECT_EQ(wide.max, 799);
-    EXPECT_EQ(wide.pos, 40);
-    EXPECT_EQ(wide.MaxPosition(), 300);
+    EXPECT_EQ(std::vector({wide.max, wide.pos, wide.MaxPosition()}), std::vector({799, 40, 300}));
     const HScrollBar narrow = MakeHScrollBar(Widths({250, 40}), 400, -5);
-    EXPECT_EQ(narrow.max, 550);
-    EXPECT_EQ(narrow.pos, 0);
-    EXPECT_EQ(narrow.Clamp(1000), 151);
-    EXPECT_EQ(narrow.Clamp(-3), 0);
+    EXPECT_EQ(std::vector({narrow.max, narrow.pos, narrow.Clamp(1000), narrow.Clamp(-3)}),
+              std::vector({550, 0, 151, 0}));
     EXPECT_EQ(MakeHScrollBar(Widths({100, 100}), 2000, 0).MaxPosition(), 0);
 }
 
@@ -186,14 +154,14 @@ TEST(ColumnTree, DividerDoubleClickMeasuresTheFirstRootsOpenLevels) {
                      {{"Ctl", false, false, {hidden}}, {"Gain \t 12345678", false, false, {}}}};
     std::vector<MeasuredItem> roots{
         cam, {"Another much longer root\tthe longest value", true, false, {}}};
-    const MeasureMetrics m{10, false};
+    const MeasureMetrics m{10, false}, lines{10, true};
     EXPECT_EQ(DividerDoubleClickWidth(roots, 0, m, seven), 35 + 10 + 20); // "Gain " one level in
     EXPECT_EQ(DividerDoubleClickWidth(roots, 1, m, seven), 63 + 20);
     EXPECT_EQ(DividerDoubleClickWidth(roots, 2, m, seven), 20);
     // Lines at the root add an indent, an image one more; the tree column only.
     roots[0].children[1].hasImage = true;
-    EXPECT_EQ(DividerDoubleClickWidth(roots, 0, MeasureMetrics{10, true}, seven), 35 + 30 + 20);
-    EXPECT_EQ(DividerDoubleClickWidth(roots, 1, MeasureMetrics{10, true}, seven), 63 + 20);
+    EXPECT_EQ(DividerDoubleClickWidth(roots, 0, lines, seven), 35 + 30 + 20);
+    EXPECT_EQ(DividerDoubleClickWidth(roots, 1, lines, seven), 63 + 20);
     roots[0].children[0].expanded = true;
     EXPECT_EQ(DividerDoubleClickWidth(roots, 1, m, seven), 7 * 25 + 20);
     EXPECT_EQ(DividerDoubleClickWidth(std::span<const MeasuredItem>{}, 0, m, seven), 20);
@@ -201,26 +169,27 @@ TEST(ColumnTree, DividerDoubleClickMeasuresTheFirstRootsOpenLevels) {
 
 TEST(ColumnTree, RowPaint) {
     const ColumnWidths two = Widths({250, 500});
-    RowPaintInput in;
-    in.text = "Acquisition Control";
-    in.itemRect = {0, 36, 800, 54};
-    in.textRect = {38, 36, 180, 54};
-    in.clientWidth = 700;
+    const auto input = [](std::string_view text) {
+        RowPaintInput in;
+        in.text = text;
+        in.itemRect = {0, 36, 800, 54};
+        in.textRect = {38, 36, 180, 54};
+        in.clientWidth = 700;
+        return in;
+    };
+    RowPaintInput in = input("Acquisition Control");
     in.isCategory = true;
-    auto category = PaintRow(two, in);
-    ASSERT_TRUE(category);
-    EXPECT_TRUE(category->name.bold);
-    EXPECT_EQ(category->name.colour, TextColour::WindowText); // never greyed
-    EXPECT_EQ(category->name.rect, (Rect{38 + 18 + 2, 37, 178, 53}));
-    EXPECT_EQ(category->expandIcon, (Icon{kIconCollapsed, {38, 40, 54, 56}}));
-    EXPECT_TRUE(category->values.empty());
+    auto row = PaintRow(two, in);
+    EXPECT_TRUE(row->name.bold && row->values.empty());
+    EXPECT_EQ(row->name.colour, TextColour::WindowText); // never greyed
+    EXPECT_EQ(row->name.rect, (Rect{38 + 18 + 2, 37, 178, 53}));
+    EXPECT_EQ(row->expandIcon, (Icon{kIconCollapsed, {38, 40, 54, 56}}));
     in.expanded = true;
     EXPECT_EQ(PaintRow(two, in)->expandIcon->resource, kIconExpanded);
 
-    in.text = "Gain \t 2.5";
-    in.isCategory = false;
+    in = input("Gain \t 2.5");
     in.writable = true;
-    auto row = PaintRow(two, in);
+    row = PaintRow(two, in);
     EXPECT_EQ(row->name.text, "Gain ");
     EXPECT_TRUE(row->name.ellipsis && !row->name.bold && !row->expandIcon);
     ASSERT_EQ(row->values.size(), 1u);
@@ -236,32 +205,23 @@ TEST(ColumnTree, RowPaint) {
     in.focused = true; // on the highlight
     EXPECT_EQ(PaintRow(two, in)->values[0].colour, TextColour::Window);
     in.focused = in.writable = false;
-    row = PaintRow(two, in);
-    EXPECT_EQ(row->name.colour, TextColour::GrayText);
-    EXPECT_EQ(row->values[0].colour, TextColour::GrayText);
+    EXPECT_EQ(PaintRow(two, in)->name.colour, TextColour::GrayText);
+    EXPECT_EQ(PaintRow(two, in)->values[0].colour, TextColour::GrayText);
     in.itemRect.bottom = 36;
     EXPECT_FALSE(PaintRow(two, in));
 
     // A missing field leaves its cell out; a covered cell is the control's, unindented.
     const ColumnWidths three = Widths({100, 100, 100});
-    in = RowPaintInput{};
-    in.text = "a\tb";
-    in.itemRect = {0, 36, 800, 54};
-    in.clientWidth = 700;
-    EXPECT_EQ(PaintRow(three, in)->values.size(), 1u);
-    in.text = "a\tb\tc";
+    EXPECT_EQ(PaintRow(three, input("a\tb"))->values.size(), 1u);
+    in = input("a\tb\tc");
     in.coveredCells.set(1);
     row = PaintRow(three, in);
     ASSERT_EQ(row->values.size(), 2u);
     EXPECT_TRUE(row->values[0].coveredByControl && !row->values[0].text);
     EXPECT_EQ(row->values[0].rect.left, 100);
     EXPECT_EQ(row->values[1].rect.left, 206);
-
-    // A boolean shows a check icon of four instead of its text.
-    in = RowPaintInput{};
-    in.text = "Reverse X \t True";
-    in.itemRect = {0, 36, 800, 54};
-    in.clientWidth = 700;
+    // A boolean shows one of four check icons instead of its text.
+    in = input("Reverse X \t True");
     in.booleanValue = true;
     row = PaintRow(two, in);
     EXPECT_FALSE(row->values[0].text);

@@ -5,16 +5,13 @@
 #include <gtest/gtest.h>
 
 #include <QComboBox>
-#include <QHelpEvent>
 #include <QLineEdit>
 #include <QPushButton>
-#include <QScrollBar>
 #include <QSlider>
 #include <QTableWidget>
 #include <QTest>
 #include <QTextBlock>
 #include <QTimer>
-#include <QToolTip>
 
 #include <string>
 
@@ -116,30 +113,6 @@ TEST(InPlaceEditing, FloatsEntriesAndBooleans) {
     EXPECT_EQ(reverseX->GetValue(), before);
 }
 
-TEST(InPlaceEditing, CellToolTipsNameTheFeatureOrTheCurrentEntry) {
-    EditWindow w;
-    auto& tree = w.window.tree();
-    const TreeItem format = w.Select("PixelFormat");
-    w.Select("Width");
-    const auto tipAt = [&](int x) {
-        QToolTip::hideText(); // hides after a short delay
-        EXPECT_TRUE(QTest::qWaitFor([] { return !QToolTip::isVisible(); }, 2000));
-        const QPoint at(x, tree.ItemRect(format).center().y());
-        QHelpEvent help(QEvent::ToolTip, at, tree.viewport()->mapToGlobal(at));
-        QApplication::sendEvent(tree.viewport(), &help);
-        return QToolTip::isVisible() ? QToolTip::text().toStdString() : std::string();
-    };
-    const int divider = tree.NameColumnWidth() - tree.horizontalScrollBar()->value();
-    EXPECT_EQ(tipAt(divider - 40), w.Node("PixelFormat")->GetToolTip().c_str());
-    EXPECT_EQ(tipAt(divider - 10), ""); // the 20 pixels left of the divider give none
-    EXPECT_EQ(tipAt(divider + 30), GenApi::CEnumerationPtr(w.Node("PixelFormat"))
-                                       ->GetCurrentEntry()
-                                       ->GetNode()
-                                       ->GetToolTip()
-                                       .c_str());
-    QToolTip::hideText();
-}
-
 TEST(InPlaceEditing, CommandsGetTheExecuteButtonAndRegistersTheHexViewer) {
     EditWindow w;
     w.Select("AcquisitionStart");
@@ -170,24 +143,21 @@ TEST(InPlaceEditing, ThePropertyEditsKeysAndBoldLabels) {
     auto* edit = new CImagingEdit(&parent);
     auto* last = new QLineEdit(&parent);
     parent.show();
-    QApplication::processEvents();
+    QApplication::processEvents(); // the window becomes active: focus changes take
     int commits = 0;
     QObject::connect(edit, &CImagingEdit::CommitRequested, [&] { ++commits; });
     // Enter commits, keeps the focus and leaves the caret at the end.
     edit->SetFlags({false, true});
     edit->setFocus();
     edit->SetText("12", false);
-    EXPECT_FALSE(edit->changedByUser());
+    QTest::keyClick(edit, Qt::Key_Home);
     QTest::keyClicks(edit, "3");
     EXPECT_TRUE(edit->changedByUser());
-    QTextCursor start = edit->textCursor();
-    start.setPosition(0);
-    edit->setTextCursor(start);
     QTest::keyClick(edit, Qt::Key_Return);
     EXPECT_EQ(commits, 1);
     EXPECT_TRUE(edit->hasFocus());
-    EXPECT_EQ(edit->toPlainText().toStdString(), "312");
-    EXPECT_EQ(edit->textCursor().position(), 3);
+    EXPECT_EQ(edit->toPlainText().toStdString() + std::to_string(edit->textCursor().position()),
+              "3123");
     // With navigation, Tab and Shift+Tab go to the controls around it.
     edit->SetFlags({true, false});
     QTest::keyClick(edit, Qt::Key_Backtab, Qt::ShiftModifier);
@@ -195,36 +165,18 @@ TEST(InPlaceEditing, ThePropertyEditsKeysAndBoldLabels) {
     edit->setFocus();
     QTest::keyClick(edit, Qt::Key_Tab);
     EXPECT_TRUE(last->hasFocus());
-
     // Labels turn bold wherever they occur, with a hanging indent.
     edit->SetText("Name:\tA\r\nValue:\t1\r\nName:\tB", true);
+    EXPECT_FALSE(edit->changedByUser());
     const auto boldAt = [&](int position) {
         QTextCursor c(edit->document());
         c.setPosition(position + 1);
         return c.charFormat().fontWeight() == QFont::Bold;
     };
-    const QString text = edit->toPlainText();
-    EXPECT_TRUE(boldAt(0) && boldAt(static_cast<int>(text.lastIndexOf("Name:"))) &&
-                boldAt(static_cast<int>(text.indexOf("Value:"))));
-    EXPECT_FALSE(boldAt(static_cast<int>(text.indexOf('A'))));
+    EXPECT_EQ(std::vector({boldAt(0), boldAt(5), boldAt(9), boldAt(17)}),
+              std::vector({true, false, true, true}));
     EXPECT_LT(edit->document()->firstBlock().blockFormat().textIndent(), 0);
     edit->SetText("Name:\tA", false);
     EXPECT_FALSE(boldAt(0));
     EXPECT_EQ(edit->document()->firstBlock().blockFormat().textIndent(), 0);
-}
-
-TEST(InPlaceEditing, AnEmbeddedChildHasNoCloseButton) {
-    qorvis::sim::ConnectedSimulatedCamera camera;
-    MemorySettingsStore store;
-    QWidget host;
-    GenicamControllerChild child(
-        BrowserSetup{{quillon_gui_test::EntryOf(camera.nodeMap())}, 0, {}, false}, &host, &store);
-    EXPECT_EQ(child.TemplateId(), 1001);
-    EXPECT_EQ(child.objectName().toStdString(), "1001");
-    EXPECT_FALSE(child.isWindow());
-    host.show();
-    child.show();
-    QApplication::processEvents();
-    EXPECT_FALSE(child.closeButton().isVisible());
-    EXPECT_GT(child.session().model().featureRows().size(), 20u);
 }

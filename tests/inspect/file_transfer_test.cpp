@@ -6,6 +6,7 @@
 #include <filesystem>
 #include <fstream>
 #include <functional>
+#include <iterator>
 #include <mutex>
 #include <string>
 #include <unistd.h>
@@ -22,40 +23,33 @@ using quillon::inspect::FileTransferSession;
 using quillon::inspect::MessageIcon;
 using Outcome = quillon::inspect::TransferResult::Outcome;
 
-// Records what the transfer shows, from whichever thread it runs on.
+// Records what the transfer shows, from whichever thread it runs on: the
+// progress calls and the messages in one log, and the buttons' state.
 struct Platform : FileDialog,
                   quillon::inspect::MessageDisplay,
                   quillon::inspect::ProgressIndicator,
                   quillon::inspect::TransferButtons {
     std::mutex m;
-    std::string answer; // what the file dialog chooses
-    std::vector<std::string> asked, messages, progress;
-    std::vector<int32_t> positions;
+    std::string answer, asked, log; // the dialog's answer, what it was asked, what was shown
     bool download = true, upload = true, fileList = true; // the template's initial state
     int buttonChanges = 0;
     std::function<void(int32_t)> onPosition = [](int32_t) {};
-
     std::string Choose(Kind kind, const std::string& name) override {
-        asked.push_back((kind == Kind::Save ? "save " : "open ") + name);
+        asked += (kind == Kind::Save ? "save " : "open ") + name + "|";
         return answer;
-    }
-    void Show(const std::string& text, const std::string& caption, MessageIcon icon) override {
-        std::lock_guard lock(m);
-        messages.push_back(caption + (icon == MessageIcon::Exclamation ? "!: " : ": ") + text);
     }
     void Log(const std::string& event) {
         std::lock_guard lock(m);
-        progress.push_back(event);
+        log += event + "|";
+    }
+    void Show(const std::string& text, const std::string& caption, MessageIcon icon) override {
+        Log(caption + (icon == MessageIcon::Exclamation ? "!: " : ": ") + text);
     }
     void SetRange(int32_t lo, int32_t hi) override {
         Log("range " + std::to_string(lo) + ".." + std::to_string(hi));
     }
     void SetPosition(int32_t position) override {
-        Log("position " + std::to_string(position));
-        {
-            std::lock_guard lock(m);
-            positions.push_back(position);
-        }
+        Log(std::to_string(position));
         onPosition(position);
     }
     void SetStep(int32_t step) override { Log("step size " + std::to_string(step)); }
@@ -72,22 +66,11 @@ struct Platform : FileDialog,
     quillon::inspect::FileTransferPlatform Of() { return {*this, *this, *this, *this}; }
 };
 
-std::vector<uint8_t> Pattern(size_t n) {
-    std::vector<uint8_t> bytes(n);
-    for (size_t i = 0; i < n; ++i)
-        bytes[i] = static_cast<uint8_t>((i * 131 + 7) % 251);
-    return bytes;
-}
-
-std::vector<uint8_t> ReadLocal(const fs::path& path) {
+// The bytes of a local file, or "none".
+std::string Local(const fs::path& path) {
+    if (!fs::exists(path)) return "none";
     std::ifstream in(path, std::ios::binary);
-    return {std::istreambuf_iterator<char>(in), std::istreambuf_iterator<char>()};
-}
-
-void WriteLocal(const fs::path& path, const std::vector<uint8_t>& bytes) {
-    std::ofstream(path, std::ios::binary)
-        .write(reinterpret_cast<const char*>(bytes.data()),
-               static_cast<std::streamsize>(bytes.size()));
+    return {std::istreambuf_iterator<char>(in), {}};
 }
 
 struct FileTransfer : ::testing::Test {
@@ -96,7 +79,13 @@ struct FileTransfer : ::testing::Test {
     fs::path dir = fs::temp_directory_path() /
                    ("quillon-transfer-" + std::to_string(::getpid()) + "-" +
                     ::testing::UnitTest::GetInstance()->current_test_info()->name());
-    void SetUp() override { fs::create_directories(dir); }
+    std::vector<uint8_t> content =
+        std::vector<uint8_t>(5000); // more than two chunks, the last partial
+    void SetUp() override {
+        fs::create_directories(dir);
+        for (size_t i = 0; i < content.size(); ++i)
+            content[i] = static_cast<uint8_t>((i * 131 + 7) % 251);
+    }
     void TearDown() override { fs::remove_all(dir); }
     // A session over `map` (the camera when null) with `file` selected.
     std::unique_ptr<FileTransferSession> Session(const char* file,
@@ -109,6 +98,13 @@ struct FileTransfer : ::testing::Test {
                 session->SelectFile(i);
         return session;
     }
+    // Runs a download or an upload to or from `path` and waits for its end.
+    void Transfer(FileTransferSession& session, bool download, const fs::path& path) {
+        platform.answer = path.string();
+        platform.log.clear();
+        ASSERT_TRUE(download ? session.StartDownload() : session.StartUpload());
+        session.WaitForTransfer();
+    }
 };
 
 } // namespace
@@ -116,26 +112,22 @@ struct FileTransfer : ::testing::Test {
 TEST_F(FileTransfer, ListsTheDeviceFilesAndEnablesTheButtonsTheOpenModesAllow) {
     FileTransferSession session(camera.nodeMap(), platform.Of());
     const std::string label = session.FillFileList();
-    ASSERT_EQ(session.Files().size(), 4u);
-    EXPECT_EQ(label, std::string(session.Files()[0].entry->GetDescription()));
-    std::string symbolics;
+    std::string files;
     for (const auto& f : session.Files())
-        symbolics += std::string(GenApi::CEnumEntryPtr(f.entry)->GetSymbolic()) + " ";
-    EXPECT_EQ(symbolics, "UserSet1 UserSet2 LUTFile DeviceLog ");
+        files += std::string(GenApi::CEnumEntryPtr(f.entry)->GetSymbolic()) + " ";
+    ASSERT_EQ(files, "UserSet1 UserSet2 LUTFile DeviceLog ");
+    EXPECT_EQ(label, std::string(session.Files()[0].entry->GetDescription()));
     EXPECT_TRUE(platform.download && platform.upload);
     // The log is read-only: the device offers only "Read" for it.
     EXPECT_EQ(session.SelectFile(3), std::string(session.Files()[3].entry->GetDescription()));
-    EXPECT_EQ(session.CurrentFile(), 3u);
     EXPECT_EQ(
         std::string(GenApi::CEnumerationPtr(camera.nodeMap()->GetNode("FileSelector"))->ToString()),
         "DeviceLog");
-    EXPECT_TRUE(platform.download);
-    EXPECT_FALSE(platform.upload);
+    EXPECT_TRUE(platform.download && !platform.upload);
     session.SelectFile(2);
     EXPECT_TRUE(platform.download && platform.upload);
-
-    // A file the device offers for writing only, on a device of its own.
-    quillon_inspect_test::MemoryDevice writeOnly(
+    // A file offered for writing only.
+    quillon_inspect_test::MemoryDevice sink(
         "<Enumeration Name=\"FileSelector\"><EnumEntry Name=\"Log\"><Value>0</Value></EnumEntry>"
         "<EnumEntry "
         "Name=\"Sink\"><Value>1</Value></EnumEntry><pValue>Selected</pValue></Enumeration>" +
@@ -145,167 +137,109 @@ TEST_F(FileTransfer, ListsTheDeviceFilesAndEnablesTheButtonsTheOpenModesAllow) {
         "</IntSwissKnife><Enumeration Name=\"FileOpenMode\"><EnumEntry Name=\"Read\">"
         "<pIsAvailable>Readable</pIsAvailable><Value>0</Value></EnumEntry>"
         "<EnumEntry Name=\"Write\"><Value>1</Value></EnumEntry><Value>0</Value></Enumeration>");
-    Session("Sink", writeOnly.nodeMap());
-    EXPECT_FALSE(platform.download);
-    EXPECT_TRUE(platform.upload);
-}
-
-TEST_F(FileTransfer, FillingTheListNeverThrows) {
-    // Without FileSelector the list stays empty and the buttons as they are;
-    // an entry whose availability cannot be read (its register's port is not
-    // connected) ends the list there, with the reason as the description.
-    quillon_inspect_test::MemoryDevice none("<Integer Name=\"Width\"><Value>4</Value></Integer>");
+    Session("Sink", sink.nodeMap());
+    EXPECT_TRUE(!platform.download && platform.upload);
+    // An entry whose availability cannot be read ends the list, its reason the description.
     quillon_inspect_test::MemoryDevice failing(
         "<Enumeration Name=\"FileSelector\"><EnumEntry Name=\"First\"><Value>0</Value></EnumEntry>"
         "<EnumEntry Name=\"Second\"><pIsAvailable>Available</pIsAvailable><Value>1</Value>"
-        "</EnumEntry><Value>0</Value></Enumeration><Port Name=\"Unplugged\"/>"
-        "<IntReg "
-        "Name=\"Available\"><Address>0</Address><Length>4</Length><AccessMode>RO</AccessMode>"
-        "<pPort>Unplugged</pPort></IntReg>");
-    for (auto [map, files, described] :
-         {std::tuple{none.nodeMap(), 0u, false}, {failing.nodeMap(), 1u, true}}) {
-        FileTransferSession session(map, platform.Of());
-        std::string label;
-        ASSERT_NO_THROW(label = session.FillFileList());
-        EXPECT_EQ(session.Files().size(), files);
-        EXPECT_EQ(!label.empty(), described) << label;
-        EXPECT_EQ(platform.buttonChanges, 0);
-    }
+        "</EnumEntry><Value>0</Value></Enumeration><Port Name=\"Unplugged\"/><IntReg "
+        "Name=\"Available\">"
+        "<Address>0</Address><Length>4</Length><AccessMode>RO</AccessMode><pPort>Unplugged</"
+        "pPort></IntReg>");
+    FileTransferSession broken(failing.nodeMap(), platform.Of());
+    EXPECT_NE(broken.FillFileList(), "");
+    EXPECT_EQ(broken.Files().size(), 1u);
 }
 
 TEST_F(FileTransfer, TheProposedNameJoinsVendorModelAndFileAndChoosingNothingStartsNothing) {
-    const auto device = [](bool vendorIsString) {
-        return std::string(
-                   "<Enumeration Name=\"FileSelector\"><EnumEntry Name=\"UserSet1\"><DisplayName>"
-                   "User Set "
-                   "1</DisplayName><Value>0</Value></EnumEntry><Value>0</Value></Enumeration>"
-                   "<StringReg Name=\"DeviceModelName\"><Address>0x200</Address><Length>32</Length>"
-                   "<AccessMode>RO</AccessMode><pPort>Device</pPort></StringReg>") +
-               (vendorIsString
-                    ? "<StringReg Name=\"DeviceVendorName\"><Address>0x100</Address><Length>32"
-                      "</Length><AccessMode>RO</AccessMode><pPort>Device</pPort></StringReg>"
-                    : "<Integer Name=\"DeviceVendorName\"><Value>7</Value></Integer>");
-    };
-    quillon_inspect_test::MemoryDevice acme(device(true)), anonymous(device(false));
-    for (auto* d : {&acme, &anonymous}) {
-        d->port.Write("Acme Corp", 0x100, 10);
-        d->port.Write("Cam 5", 0x200, 6);
-    }
-    const auto session = Session("UserSet1", acme.nodeMap());
-    EXPECT_EQ(session->ProposedLocalName(), "Acme_Corp_Cam_5_User_Set_1.bin");
     // A vendor name that is not a string does not count.
-    EXPECT_EQ(Session("UserSet1", anonymous.nodeMap())->ProposedLocalName(), "_User_Set_1.bin");
-    EXPECT_EQ(Session("UserSet2")->ProposedLocalName(), "Torvex_TVX1280M_UserSet2.bin");
-
+    const char* vendors[] = {
+        "<StringReg Name=\"DeviceVendorName\"><Address>0x100</Address><Length>32</Length>"
+        "<AccessMode>RO</AccessMode><pPort>Device</pPort></StringReg>",
+        "<Integer Name=\"DeviceVendorName\"><Value>7</Value></Integer>"};
+    std::string names;
+    for (const char* vendor : vendors) {
+        quillon_inspect_test::MemoryDevice d(
+            std::string(
+                "<Enumeration Name=\"FileSelector\"><EnumEntry Name=\"UserSet1\"><DisplayName>User "
+                "Set "
+                "1</DisplayName><Value>0</Value></EnumEntry><Value>0</Value></"
+                "Enumeration><StringReg "
+                "Name=\"DeviceModelName\"><Address>0x200</Address><Length>32</Length><AccessMode>RO"
+                "</AccessMode><pPort>Device</pPort></StringReg>") +
+            vendor);
+        d.port.Write("Acme Corp", 0x100, 10);
+        d.port.Write("Cam 5", 0x200, 6);
+        names += Session("UserSet1", d.nodeMap())->ProposedLocalName() + " ";
+    }
+    const auto session = Session("UserSet2");
+    EXPECT_EQ(names + session->ProposedLocalName(),
+              "Acme_Corp_Cam_5_User_Set_1.bin _User_Set_1.bin Torvex_TVX1280M_UserSet2.bin");
     const int changes = platform.buttonChanges;
-    EXPECT_FALSE(session->StartDownload());
-    EXPECT_FALSE(session->StartUpload());
-    EXPECT_EQ(platform.asked, (std::vector<std::string>{"save Acme_Corp_Cam_5_User_Set_1.bin",
-                                                        "open Acme_Corp_Cam_5_User_Set_1.bin"}));
+    EXPECT_FALSE(session->StartDownload() || session->StartUpload());
+    EXPECT_EQ(platform.asked,
+              "save Torvex_TVX1280M_UserSet2.bin|open Torvex_TVX1280M_UserSet2.bin|");
     EXPECT_EQ(platform.buttonChanges, changes);
-    EXPECT_TRUE(platform.progress.empty() && platform.messages.empty());
+    EXPECT_EQ(platform.log, "");
 }
 
 TEST_F(FileTransfer, DownloadAndUploadMove2048ByteChunksThroughATemporaryFile) {
-    const std::vector<uint8_t> content = Pattern(5000);
     ASSERT_TRUE(camera.device.setFileContents("UserSet2", content));
     const auto session = Session("UserSet2");
     const fs::path target = dir / "user set 2.bin";
     // A file of the user's that happens to bear the temporary name is left alone.
-    WriteLocal(target.string() + ".part", {'m', 'i', 'n', 'e'});
-    platform.answer = target.string();
+    std::ofstream(target.string() + ".part") << "mine";
     bool listDuringTransfer = true;
     platform.onPosition = [&](int32_t) {
         listDuringTransfer = listDuringTransfer && platform.fileList;
     };
-    ASSERT_TRUE(session->StartDownload());
-    session->WaitForTransfer();
-    EXPECT_EQ(ReadLocal(target), content);
-    EXPECT_EQ(ReadLocal(target.string() + ".part"), (std::vector<uint8_t>{'m', 'i', 'n', 'e'}));
+    Transfer(*session, true, target);
+    EXPECT_EQ(Local(target), std::string(content.begin(), content.end()));
+    EXPECT_EQ(Local(target.string() + ".part"), "mine");
     EXPECT_EQ(std::distance(fs::directory_iterator(dir), fs::directory_iterator()), 2);
     EXPECT_FALSE(listDuringTransfer) << "the file list is disabled while the transfer runs";
     EXPECT_TRUE(platform.fileList && platform.download && platform.upload);
     EXPECT_EQ(session->LastResult().outcome, Outcome::Done);
-    EXPECT_EQ(platform.progress, (std::vector<std::string>{
-                                     "step", "range 0..5000", "step size 1", "position 1", "show",
-                                     "position 2048", "position 4096", "position 5000", "hide"}));
-    EXPECT_EQ(platform.messages, std::vector<std::string>{"Success: " + target.string() +
-                                                          " downloaded successfully."});
+    EXPECT_EQ(platform.log, "step|range 0..5000|step size 1|1|show|2048|4096|5000|hide|Success: " +
+                                target.string() + " downloaded successfully.|");
     EXPECT_FALSE(camera.device.fileIsOpen("UserSet2"));
-
-    // Back into another device file, and a second transfer of the same session.
+    // Into another device file by a second transfer of the session.
     session->SelectFile(0);
-    platform.answer = target.string();
-    platform.positions.clear();
-    ASSERT_TRUE(session->StartUpload());
-    session->WaitForTransfer();
+    Transfer(*session, false, target);
     EXPECT_EQ(camera.device.fileContents("UserSet1"), content);
-    EXPECT_EQ(platform.positions, (std::vector<int32_t>{1, 2048, 4096, 5000}));
-    EXPECT_EQ(platform.messages.back(), "Success: " + target.string() + " uploaded successfully.");
+    EXPECT_EQ(platform.log, "step|range 0..5000|step size 1|1|show|2048|4096|5000|hide|Success: " +
+                                target.string() + " uploaded successfully.|");
 }
 
-// The simulated camera behind a port that lets a test act while the device
-// answers a read, as a user's Cancel can arrive in the middle of a transfer.
-struct ObservedCamera : GenApi::IPort {
-    qorvis::sim::SimulatedCamera device;
-    GenApi::CNodeMapRef map;
-    std::function<void(int64_t address)> onRead = [](int64_t) {};
-    ObservedCamera() {
-        map._LoadXMLFromString(GenICam::gcstring(qorvis::sim::SimulatedCamera::descriptionXml()));
-        map._Connect(this);
-    }
-    GenApi::EAccessMode GetAccessMode() const override { return GenApi::RW; }
-    void Read(void* buffer, int64_t address, int64_t length) override {
-        device.Read(buffer, address, length);
-        onRead(address);
-    }
-    void Write(const void* buffer, int64_t address, int64_t length) override {
-        device.Write(buffer, address, length);
-    }
-};
-
 TEST_F(FileTransfer, ACancelStopsSilentlyADownloadDropsTheChunkInHandAnUploadHasWrittenIt) {
-    ObservedCamera observed;
-    ASSERT_TRUE(observed.device.setFileContents("UserSet2", Pattern(5000)));
     const fs::path target = dir / "earlier.bin";
-    WriteLocal(target, {'o', 'l', 'd'});
-    {
-        const auto session = Session("UserSet2", observed.map._Ptr());
-        // The device moves at most 1024 bytes per read of its transfer buffer
-        // (0x41000): cancel while it delivers the second 2048-byte chunk.
-        int bufferReads = 0;
-        observed.onRead = [&](int64_t address) {
-            if (address == 0x41000 && ++bufferReads == 3) session->Cancel();
-        };
-        platform.answer = target.string();
-        ASSERT_TRUE(session->StartDownload());
-    } // leaving the dialog waits for the worker to notice the flag
-    EXPECT_EQ(platform.positions, (std::vector<int32_t>{1, 2048}));
-    EXPECT_TRUE(platform.messages.empty());
-    EXPECT_FALSE(platform.download || platform.upload)
-        << "the dialog is closing; the buttons stay off";
-    EXPECT_EQ(ReadLocal(target), (std::vector<uint8_t>{'o', 'l', 'd'}))
-        << "the earlier file is kept";
-    EXPECT_FALSE(fs::exists(target.string() + ".part"));
-    EXPECT_FALSE(observed.device.fileIsOpen("UserSet2"));
-
-    const std::vector<uint8_t> content = Pattern(5000);
-    WriteLocal(target, content);
-    platform.positions.clear();
-    {
-        const auto session = Session("UserSet2");
-        platform.onPosition = [&](int32_t position) {
-            if (position == 2048) session->Cancel();
-        };
-        ASSERT_TRUE(session->StartUpload());
+    for (bool download : {true, false}) {
+        ASSERT_TRUE(camera.device.setFileContents("UserSet2", content));
+        std::ofstream(target, std::ios::binary)
+            << (download ? "old" : std::string(content.begin(), content.end()));
+        {
+            const auto session = Session("UserSet2");
+            platform.onPosition = [&](int32_t position) {
+                if (position == 2048) session->Cancel();
+            };
+            platform.answer = target.string();
+            platform.log.clear();
+            ASSERT_TRUE(download ? session->StartDownload() : session->StartUpload());
+        } // leaving the dialog waits for the worker to notice the flag
+        EXPECT_EQ(platform.log, "step|range 0..5000|step size 1|1|show|2048|") << download;
+        EXPECT_FALSE(platform.download || platform.upload)
+            << "the dialog is closing; the buttons stay off";
+        EXPECT_FALSE(camera.device.fileIsOpen("UserSet2"));
+        // The earlier file is kept, no temporary one is left.
+        EXPECT_EQ(Local(target), download ? "old" : std::string(content.begin(), content.end()));
+        EXPECT_EQ(Local(target.string() + ".part"), "none");
     }
     EXPECT_EQ(camera.device.fileContents("UserSet2"),
               std::vector<uint8_t>(content.begin(), content.begin() + 4096));
-    EXPECT_EQ(platform.positions, (std::vector<int32_t>{1, 2048}));
-    EXPECT_TRUE(platform.messages.empty());
 }
 
-TEST_F(FileTransfer, DeviceErrorsShowTheExceptionTextAndRemoveThePartialDownload) {
+TEST_F(FileTransfer, FailuresNameTheirCauseAndLeaveEveryFileAsItWas) {
     // Uploading into the read-only log: the device refuses the open mode.
     std::string refused;
     try {
@@ -313,43 +247,30 @@ TEST_F(FileTransfer, DeviceErrorsShowTheExceptionTextAndRemoveThePartialDownload
     } catch (const GenICam::GenericException& e) {
         refused = e.what();
     }
-    ASSERT_FALSE(refused.empty());
-    const auto session = Session("DeviceLog");
-    WriteLocal(dir / "source.bin", Pattern(100));
-    platform.answer = (dir / "source.bin").string();
-    ASSERT_TRUE(session->StartUpload());
-    session->WaitForTransfer();
-    EXPECT_EQ(platform.messages, std::vector<std::string>{"Error!: " + refused});
+    const auto log = Session("DeviceLog");
+    std::ofstream(dir / "source.bin") << "source";
+    Transfer(*log, false, dir / "source.bin");
+    EXPECT_EQ(platform.log, "hide|Error!: " + refused + "|");
     EXPECT_TRUE(platform.download && platform.upload);
-
-    // A reset in the middle of a download closes the device file under it.
-    ASSERT_TRUE(camera.device.setFileContents("UserSet2", Pattern(5000)));
-    session->SelectFile(1);
+    // A reset in the middle of a download closes the device file under it:
+    // the temporary file goes, a file of the user's by that name stays.
+    ASSERT_TRUE(camera.device.setFileContents("UserSet2", content));
+    const auto session = Session("UserSet2");
     platform.onPosition = [&](int32_t position) {
         if (position == 2048)
             GenApi::CCommandPtr(camera.nodeMap()->GetNode("DeviceReset"))->Execute();
     };
-    const fs::path target = dir / "reset.bin";
-    WriteLocal(target.string() + ".part", {'m', 'i', 'n', 'e'});
-    platform.answer = target.string();
-    ASSERT_TRUE(session->StartDownload());
-    session->WaitForTransfer();
-    ASSERT_EQ(platform.messages.size(), 2u);
-    EXPECT_EQ(platform.messages[1].substr(0, 8), "Error!: ");
-    EXPECT_NE(platform.messages[1].find("UserSet2"), std::string::npos) << platform.messages[1];
-    EXPECT_FALSE(fs::exists(target));
-    EXPECT_FALSE(fs::exists(target.string() + ".1.part")) << "its own temporary file is removed";
-    EXPECT_EQ(ReadLocal(target.string() + ".part"), (std::vector<uint8_t>{'m', 'i', 'n', 'e'}));
-    EXPECT_EQ(platform.progress.back(), "hide");
-}
-
-// A local file that does not open: nothing happens to the device file or on
-// disk, the window still says "successfully" as its message rule has it, and
-// the outcome names the reason.
-TEST_F(FileTransfer, ALocalFileThatDoesNotOpenTouchesNothing) {
-    const std::vector<uint8_t> kept = Pattern(300);
-    ASSERT_TRUE(camera.device.setFileContents("UserSet2", kept));
-    const auto session = Session("UserSet2");
+    std::ofstream(dir / "reset.bin.part") << "mine";
+    Transfer(*session, true, dir / "reset.bin");
+    EXPECT_EQ(platform.log.substr(0, 56),
+              "step|range 0..5000|step size 1|1|show|2048|hide|Error!: ");
+    EXPECT_NE(platform.log.find("UserSet2"), std::string::npos) << platform.log;
+    EXPECT_EQ(Local(dir / "reset.bin") + Local(dir / "reset.bin.1.part") +
+                  Local(dir / "reset.bin.part"),
+              "nonenonemine");
+    // A local file that does not open: the device file is not emptied, and the
+    // window still says "successfully" as its message rule has it.
+    platform.onPosition = [](int32_t) {};
     const fs::path missing = dir / "missing" / "file.bin";
     for (auto [download, local, reason] :
          {std::tuple{false, missing,
@@ -357,15 +278,13 @@ TEST_F(FileTransfer, ALocalFileThatDoesNotOpenTouchesNothing) {
           {false, dir, "Cannot read " + dir.string() + ": Is a directory"},
           {true, missing,
            "Cannot create " + missing.string() + ".part: No such file or directory"}}) {
-        platform.messages.clear();
-        platform.answer = local.string();
-        ASSERT_TRUE(download ? session->StartDownload() : session->StartUpload());
-        session->WaitForTransfer();
+        ASSERT_TRUE(camera.device.setFileContents("UserSet2", content));
+        Transfer(*session, download, local);
         EXPECT_EQ(session->LastResult().outcome, Outcome::LocalNotOpened);
         EXPECT_EQ(session->LastResult().reason, reason);
-        ASSERT_EQ(platform.messages.size(), 1u);
-        EXPECT_EQ(platform.messages[0].substr(0, 9), "Success: ");
-        EXPECT_EQ(camera.device.fileContents("UserSet2"), kept) << "the device file is not emptied";
+        EXPECT_EQ(platform.log, "hide|Success: " + local.string() + (download ? " down" : " up") +
+                                    "loaded successfully.|");
+        EXPECT_EQ(camera.device.fileContents("UserSet2"), content);
         EXPECT_FALSE(camera.device.fileIsOpen("UserSet2"));
     }
     EXPECT_FALSE(fs::exists(dir / "missing"));

@@ -111,19 +111,6 @@ TEST(PropertyText, ExactTextPerTypeAndRepresentation) {
     EXPECT_EQ(PropertyBoxText("", {"a\n"}), "");
 }
 
-TEST(PropertyText, IntegerValueFormats) {
-    using quillon::browser::FormatIntegerValue;
-    EXPECT_EQ(FormatIntegerValue(0x7FFFFFFFC0A80001, GenApi::IPV4Address),
-              "192.168.0.1"); // low four bytes
-    EXPECT_EQ(FormatIntegerValue(0x0211223344AA, GenApi::MACAddress), "02-11-22-33-44-AA");
-    EXPECT_EQ(FormatIntegerValue(-1, GenApi::HexNumber), "0xFFFFFFFFFFFFFFFF");
-    EXPECT_EQ(FormatIntegerValue(-9000000000, GenApi::Linear), "-9000000000");
-    EXPECT_EQ(quillon::browser::DisplayRepresentation("GevSCDA", GenApi::HexNumber),
-              GenApi::IPV4Address);
-    EXPECT_EQ(quillon::browser::DisplayRepresentation("Width", GenApi::PureNumber),
-              GenApi::PureNumber);
-}
-
 TEST(PropertyText, EveryCameraFeatureHasATypedTextFromItsToolTip) {
     quillon_inspect_test::Camera c;
     GenApi::NodeList_t nodes;

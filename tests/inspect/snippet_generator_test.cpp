@@ -7,6 +7,7 @@
 
 #include "GenApi/Pointer.h"
 #include "inspect/older_constants.h"
+#include "inspect/session_code.h"
 #include "inspect/snippet_generator.h"
 #include "inspect_support.h"
 #include "qorvis.h"
@@ -163,7 +164,7 @@ TEST(SnippetTexts, OlderConstantsAndWidthsDecideTheOneLineCalls) {
               "\tdelete [] UserLabelPtr;\n");
 }
 
-TEST(SnippetTexts, NamesAndValues) {
+TEST(SnippetTexts, VariableNamesAndCommandValues) {
     for (auto [name, unit, variable] : {std::tuple{"Gain_Raw", "", "GainRaw"},
                                         {"Cam-1:Gain.Raw", "dB", "Cam1GainRawIndB"},
                                         {"ExposureTime", "\xC2\xB5s", "ExposureTimeInus"},
@@ -172,20 +173,9 @@ TEST(SnippetTexts, NamesAndValues) {
                                          "C",
                                          "TemperatureInC"}})
         EXPECT_EQ(VariableName(name, unit), variable);
-    MemoryDevice d(R"(
-      <Integer Name="Gain_Raw"><Value>7</Value><Unit>dB</Unit></Integer>
-      <Integer Name="Cmd"><Value>0</Value></Integer>
+    MemoryDevice d(R"(<Integer Name="Cmd"><Value>0</Value></Integer>
       <Command Name="Five"><pValue>Cmd</pValue><CommandValue>5</CommandValue></Command>
-      <Command Name="Indirect"><pValue>Cmd</pValue><pCommandValue>Cmd</pCommandValue></Command>
-    )");
-    SnippetRequest rq = MakeSnippetRequest(d.node("Gain_Raw"), Q_DIGITIZER_OBJECT);
-    rq.usePrefix = true;
-    rq.prefix = "Cam_1";
-    const SnippetTexts t = GenerateSnippets(d.node("Gain_Raw"), rq);
-    EXPECT_EQ(t.controlBlock,
-              "\tQOR_INT64 Cam1GainRawIndB = 7;\n\tQdigControlFeature(QorDigitizer, "
-              "Q_FEATURE_VALUE, QOR_TEXT(\"Cam_1:Gain_Raw\"), Q_TYPE_INT64, &Cam1GainRawIndB);\n");
-    EXPECT_EQ(t.oneLineControl, "\tQdigControl(QorDigitizer, Cam_1:Gain_Raw, 7);\n");
+      <Command Name="Indirect"><pValue>Cmd</pValue><pCommandValue>Cmd</pCommandValue></Command>)");
     EXPECT_EQ(Generate(d.node("Five")).oneLineControl, "\tQdigControl(QorDigitizer, Five, 5);\n");
     EXPECT_EQ(Generate(d.node("Indirect")).oneLineControl,
               "\tQdigControl(QorDigitizer, Indirect, );\n");
@@ -263,23 +253,27 @@ TEST(SnippetTexts, AccessModeSequencesAndSelectorsChooseTheBlocks) {
     EXPECT_EQ(GenerateSnippets(c.node("UserSetLoad"), load).inquireBlock, "");
 }
 
-// Each older constant is the control type of the feature it is listed for in
-// the object's own description: its register's address.
-TEST(SnippetTexts, OlderConstantsAreTheControlTypesOfTheLibrarysOwnFeatures) {
-    for (auto [kind, file] : {std::pair{Q_SYSTEM_OBJECT, "QsysControl_sim.xml"},
-                              std::pair{Q_DIGITIZER_OBJECT, "QdigControl_sim.xml"}}) {
-        GenApi::CNodeMapRef map;
-        map._LoadXMLFromFile((std::string(QUILLON_DATA_DIR) + file).c_str());
-        int listed = 0;
-        for (const OlderConstant& c : OlderConstants()) {
-            if (c.objectKind != kind) continue;
-            ++listed;
-            GenApi::INode* node = map._GetNode(c.feature);
-            ASSERT_NE(node, nullptr) << c.feature;
-            EXPECT_EQ(TypeTag(node), c.typeTag) << c.feature;
-            EXPECT_EQ(ControlType(node), c.controlType) << c.constant;
-            EXPECT_EQ(OlderControlConstant(node, kind), c.constant);
-        }
-        EXPECT_GT(listed, 20);
-    }
+// A session step: a comment the value cannot end or continue, then a block
+// of its own that sets the selectors first.
+TEST(SessionCode, StepsAreCommentedBlocks) {
+    Camera c;
+    GenApi::CStringPtr(c.node("DeviceUserID"))->SetValue("a\"b\\\n");
+    GenApi::CFloatPtr(c.node("Gain"))->SetValue(4.5);
+    SessionCode s;
+    s.Record(c.node("DeviceUserID"), Q_DIGITIZER_OBJECT);
+    s.Record(c.node("Gain"), 0);
+    s.Record(c.node("TriggerSoftware"), Q_SEQUENCE_OBJECT);
+    EXPECT_EQ(
+        s.Text(),
+        "\t// 1. DeviceUserID = \"a\\\"b\\\\ \"\n\t{\n"
+        "\t\tQdigControlFeature(QorDigitizer, Q_FEATURE_VALUE, QOR_TEXT(\"DeviceUserID\"), "
+        "Q_TYPE_STRING, QOR_TEXT(\"a\\\"b\\\\\\n\"));\n\t}\n"
+        "\t// 2. Gain = 4.5\n\t{\n"
+        "\t\tQdigControlFeature(QorDigitizer, Q_FEATURE_VALUE, QOR_TEXT(\"GainSelector\"), "
+        "Q_TYPE_STRING, QOR_TEXT(\"All\"));\n"
+        "\t\tQOR_DOUBLE GainIndB = 4.5;\n"
+        "\t\tQdigControlFeature(QorDigitizer, Q_FEATURE_VALUE, QOR_TEXT(\"Gain\"), Q_TYPE_DOUBLE, "
+        "&GainIndB);\n\t}\n"
+        "\t// 3. TriggerSoftware executed (a sequence setting: the library has no feature "
+        "calls for it)\n");
 }

@@ -62,6 +62,7 @@ struct ValueCommit : ::testing::Test {
 } // namespace
 
 TEST_F(ValueCommit, RefusedTextWritesNothingAndSaysWhy) {
+    // clang-format off
     const std::tuple<const char*, const char*, const char*> rows[] = {
         {"Width", "12x", "\"12x\" is not an integer."},
         {"Width", "", "\"\" is not an integer."},
@@ -76,8 +77,8 @@ TEST_F(ValueCommit, RefusedTextWritesNothingAndSaysWhy) {
         {"Mode", "Burst", "\"Burst\" is not an available entry of Mode."},
         {"Address", "192.168.0.256", "\"192.168.0.256\" is not an integer."},
         {"GevMACAddress", "02-11-22-33-44", "\"02-11-22-33-44\" is not an integer."},
-        {"Fixed", "3", "Fixed is not writable."},
-    };
+        {"Fixed", "3", "Fixed is not writable."}};
+    // clang-format on
     for (auto [name, text, message] : rows) {
         const uint64_t writes = device.port.WriteCount();
         const auto result =
@@ -97,22 +98,15 @@ TEST_F(ValueCommit, AcceptedValuesReachTheDeviceAndTheHost) {
         int64_t address, length;
         uint64_t stored;
     };
+    // clang-format off
     const Row rows[] = {
         {"Width", "640", {{"SELECTOR_ENUM_Channel", "A"}, {"INT_Width", "640"}}, 0x0, 4, 640},
         {"Width", "0x50", {{"SELECTOR_ENUM_Channel", "A"}, {"INT_Width", "80"}}, 0x0, 4, 80},
         {"Address", "192.168.0.1", {{"INT_Address", "3232235521"}}, 0x4, 4, 0xC0A80001},
         // As the row and the editor show it, or colon-separated.
-        {"GevMACAddress",
-         "02-11-22-33-44-AA",
-         {{"INT_GevMACAddress", std::to_string(0x0211223344AA)}},
-         0x50,
-         8,
+        {"GevMACAddress", "02-11-22-33-44-AA", {{"INT_GevMACAddress", std::to_string(0x0211223344AA)}}, 0x50, 8,
          0x0211223344AA},
-        {"GevMACAddress",
-         "02:11:22:33:44:AB",
-         {{"INT_GevMACAddress", std::to_string(0x0211223344AB)}},
-         0x50,
-         8,
+        {"GevMACAddress", "02:11:22:33:44:AB", {{"INT_GevMACAddress", std::to_string(0x0211223344AB)}}, 0x50, 8,
          0x0211223344AB},
         {"Gain", "2.5", {{"FLOAT_Gain", "2.5"}}, 0x10, 8, 0x4004000000000000},
         {"Reverse", "True", {{"BOOL_Reverse", "1"}}, 0x20, 4, 1},
@@ -120,8 +114,8 @@ TEST_F(ValueCommit, AcceptedValuesReachTheDeviceAndTheHost) {
         {"UserName", "cam", {{"STR_UserName", "cam"}}, 0x40, 4, 0x6D6163},
         // By symbolic or display name; the host hears the symbolic name.
         {"Mode", "Continuous Run", {{"ENUM_Mode", "Continuous"}}, 0x30, 4, 2},
-        {"Mode", "Off", {{"ENUM_Mode", "Off"}}, 0x30, 4, 0},
-    };
+        {"Mode", "Off", {{"ENUM_Mode", "Off"}}, 0x30, 4, 0}};
+    // clang-format on
     for (const Row& row : rows) {
         host.reports.clear();
         const auto result =
