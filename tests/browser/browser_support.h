@@ -4,13 +4,18 @@
 
 #include <gtest/gtest.h>
 
+#include <chrono>
+#include <set>
 #include <string>
+#include <vector>
 
 #include "../support/inline_description.h"
 #include "GenApi/GenApi.h"
 #include "browser/feature_polling.h"
 #include "browser/text_tree.h"
 #include "browser/tree_model.h"
+#include "qorvis.h"
+#include "sim/sim_camera.h"
 
 namespace quillon_browser_test {
 

@@ -1,11 +1,8 @@
 // The feature tree: which nodes become rows, in which order and under which
 // parent, de-duplication, levels, captions and the rows' callbacks.
-#include <gtest/gtest.h>
 
-#include <chrono>
 #include <filesystem>
 #include <functional>
-#include <set>
 
 #include "GenApi/MemoryPort.h"
 #include "browser_support.h"
@@ -105,35 +102,6 @@ TEST_F(TreeBuild, RowsFollowTheCategoriesDepthFirstEachNodeOnce) {
     browser.model.Rebuild({Entry(map.nodeMap())}, kStandard);
     EXPECT_EQ(browser.model.featureRows().size(), 8u);
     EXPECT_EQ(browser.tree.size(), 11u);
-}
-
-TEST_F(TreeBuild, ACaptionedEntryHangsUnderABoldItemAndAMapWithoutRootFails) {
-    browser.model.Build({Entry(map.nodeMap(), "Inline device")}, kStandard);
-    ASSERT_EQ(browser.tree.topLevel().size(), 1u);
-    const auto& caption = *browser.tree.topLevel()[0];
-    EXPECT_EQ(caption.text, "Inline device");
-    EXPECT_TRUE(caption.bold);
-    EXPECT_EQ(caption.children.size(), 3u);
-    EXPECT_EQ(browser.model.categoryRows().front().node, map.node("Root"));
-
-    InlineMap rootless{R"(<Integer Name="Lonely"><Value>1</Value></Integer>)"};
-    Browser other;
-    EXPECT_THROW(other.model.Build({Entry(rootless.nodeMap())}, kGuru),
-                 GenICam::LogicalErrorException);
-}
-
-TEST_F(TreeBuild, CallbacksRecordChangesUntilTheRowsAreCleared) {
-    browser.model.Build({Entry(map.nodeMap())}, kStandard);
-    GenApi::CIntegerPtr(map.node("A1"))->SetValue(21);
-    EXPECT_EQ(browser.changes.Snapshot(), (std::set<GenApi::INode*>{map.node("A1")}));
-    GenApi::CIntegerPtr(map.node("Sel"))->SetValue(1); // its callback runs outside the lock
-    EXPECT_TRUE(browser.changes.Snapshot().count(map.node("Sel")));
-    browser.changes.Tick(browser.model);
-    browser.model.Clear();
-    EXPECT_EQ(browser.tree.size(), 0u);
-    EXPECT_TRUE(browser.model.featureRows().empty() && browser.model.categoryRows().empty());
-    GenApi::CIntegerPtr(map.node("A1"))->SetValue(22);
-    EXPECT_TRUE(browser.changes.Snapshot().empty());
 }
 
 TEST(CorpusTrees, EveryDescriptionBuildsWithEachNodeShownOnce) {

@@ -1,5 +1,5 @@
 // The column tree's rules as data: clicks, tool tip areas and texts, row
-// fields, column widths, the scroll range, the divider double-click width
+// fields, column widths, the scroll range
 // and what is painted over each row.
 #include <gtest/gtest.h>
 
@@ -65,55 +65,42 @@ TEST(ColumnTree, ClicksOnARow) {
 }
 
 TEST(ColumnTree, ToolTipAreasAndTexts) {
-    // The 20 pixels left of the divider give no tip; right of it the value cell.
-    for (auto [x, area] : {std::pair{230, ToolTipArea::Name},
-                           {231, ToolTipArea::None},
-                           {250, ToolTipArea::None},
-                           {251, ToolTipArea::Value}})
-        EXPECT_EQ(ToolTipAreaAt(x, 250), area) << x;
-    ToolTipInput in;
-    in.onItem = in.hasNode = true;
-    in.item = 0x1234;
-    in.textRect = {40, 20, 300, 38};
-    in.column0Width = 250;
-    in.clientRight = 700;
-    in.point = {100, 25};
-    EXPECT_EQ(ToolTipAt(in)->id, 0x1234u);
-    EXPECT_EQ(ToolTipAt(in)->rect, (Rect{40, 20, 230, 38}));
-    in.point = {500, 25}; // right of the text: still the row's value cell
-    EXPECT_EQ(ToolTipAt(in)->id, 0x1234u | kValueToolBit);
-    EXPECT_EQ(ToolTipAt(in)->rect, (Rect{250, 20, 680, 38}));
-    in.point = {240, 25};
+    // The 20 pixels left of the divider give no tip; right of it the whole
+    // value cell, as a tool of its own. Caption rows (no node) have none.
+    ToolTipInput in{{0, 25}, true, true, 0x1234, {40, 20, 300, 38}, 250, 700};
+    std::string tools;
+    for (int x : {100, 230, 231, 250, 251, 500}) {
+        in.point.x = x;
+        const auto tool = ToolTipAt(in);
+        tools += tool ? std::to_string(tool->id) + " " + std::to_string(tool->rect.left) + "-" +
+                            std::to_string(tool->rect.right) + "|"
+                      : "none|";
+    }
+    const std::string value = std::to_string(0x1234u | kValueToolBit) + " 250-680|";
+    EXPECT_EQ(tools, "4660 40-230|4660 40-230|none|none|" + value + value);
+    in.hasNode = false;
     EXPECT_FALSE(ToolTipAt(in));
-    in.point = {100, 25};
-    in.hasNode = false; // caption rows carry no node
+    in.hasNode = true, in.onItem = false;
     EXPECT_FALSE(ToolTipAt(in));
-    in.hasNode = true;
-    in.onItem = false;
-    EXPECT_FALSE(ToolTipAt(in));
-
     // An enumeration's value cell tells of its current entry; texts are cut
     // at 199 characters, never inside one.
-    EXPECT_EQ(ToolTipText(ToolTipArea::Value, true, "Global.", "Mode."), "Global.");
-    EXPECT_EQ(ToolTipText(ToolTipArea::Value, true, std::nullopt, "Mode."), "");
-    EXPECT_EQ(ToolTipText(ToolTipArea::Name, true, "Global.", "Mode."), "Mode.");
-    EXPECT_EQ(ToolTipText(ToolTipArea::Value, false, "Global.", "Gain."), "Gain.");
+    EXPECT_EQ(ToolTipText(ToolTipArea::Value, true, "Global.", "Mode.") +
+                  ToolTipText(ToolTipArea::Value, true, std::nullopt, "Mode.") +
+                  ToolTipText(ToolTipArea::Name, true, "Global.", "Mode.") +
+                  ToolTipText(ToolTipArea::Value, false, "Global.", "Gain."),
+              "Global.Mode.Gain.");
     std::string umlauts;
     for (int i = 0; i < 200; ++i)
         umlauts += "\xC3\xA4";
     EXPECT_EQ(ToolTipText(ToolTipArea::Name, false, std::nullopt, umlauts), umlauts.substr(0, 398));
-    EXPECT_EQ(ToolTipText(ToolTipArea::Name, false, std::nullopt, std::string(200, 'x')).size(),
-              199u);
 }
 
 TEST(ColumnTree, FieldsWidthsAndScrollRange) {
     // Fields are verbatim; empty ones keep their place.
-    for (auto [text, index, field] : {std::tuple{"Gain \t 2.50", 1, " 2.50"},
-                                      {"a\t\tc", 1, ""},
-                                      {"a\t\tc", 2, "c"},
-                                      {"a\t", 1, ""},
-                                      {"Device", 0, "Device"},
-                                      {"", 0, ""}})
+    const std::tuple<const char*, int, const char*> fields[] = {
+        {"Gain \t 2.50", 1, " 2.50"}, {"a\t\tc", 1, ""}, {"a\t\tc", 2, "c"}, {"a\t", 1, ""},
+        {"Device", 0, "Device"},      {"", 0, ""}};
+    for (auto [text, index, field] : fields)
         EXPECT_EQ(Field(text, index), field) << text << " " << index;
     for (auto [text, index] : {std::pair{"Device", 1}, {"", 1}, {"a\tb", -1}})
         EXPECT_FALSE(Field(text, index)) << text << " " << index;
@@ -141,30 +128,6 @@ TEST(ColumnTree, FieldsWidthsAndScrollRange) {
     EXPECT_EQ(std::vector({narrow.max, narrow.pos, narrow.Clamp(1000), narrow.Clamp(-3)}),
               std::vector({550, 0, 151, 0}));
     EXPECT_EQ(MakeHScrollBar(Widths({100, 100}), 2000, 0).MaxPosition(), 0);
-}
-
-TEST(ColumnTree, DividerDoubleClickMeasuresTheFirstRootsOpenLevels) {
-    // 7 pixels per byte. Root "Cam" (open) > "Ctl" (closed, its child long)
-    // and "Gain \t 12345678"; the second root, longer, is not measured.
-    const auto seven = [](std::string_view s) { return static_cast<int>(s.size()) * 7; };
-    MeasuredItem hidden{"A very long hidden name\tvery very very long value", false, false, {}};
-    MeasuredItem cam{"Cam",
-                     true,
-                     false,
-                     {{"Ctl", false, false, {hidden}}, {"Gain \t 12345678", false, false, {}}}};
-    std::vector<MeasuredItem> roots{
-        cam, {"Another much longer root\tthe longest value", true, false, {}}};
-    const MeasureMetrics m{10, false}, lines{10, true};
-    EXPECT_EQ(DividerDoubleClickWidth(roots, 0, m, seven), 35 + 10 + 20); // "Gain " one level in
-    EXPECT_EQ(DividerDoubleClickWidth(roots, 1, m, seven), 63 + 20);
-    EXPECT_EQ(DividerDoubleClickWidth(roots, 2, m, seven), 20);
-    // Lines at the root add an indent, an image one more; the tree column only.
-    roots[0].children[1].hasImage = true;
-    EXPECT_EQ(DividerDoubleClickWidth(roots, 0, lines, seven), 35 + 30 + 20);
-    EXPECT_EQ(DividerDoubleClickWidth(roots, 1, lines, seven), 63 + 20);
-    roots[0].children[0].expanded = true;
-    EXPECT_EQ(DividerDoubleClickWidth(roots, 1, m, seven), 7 * 25 + 20);
-    EXPECT_EQ(DividerDoubleClickWidth(std::span<const MeasuredItem>{}, 0, m, seven), 20);
 }
 
 TEST(ColumnTree, RowPaint) {

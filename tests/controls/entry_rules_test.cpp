@@ -22,6 +22,7 @@ TEST(EntryRules, EveryOccurrenceOfEveryLabelIsBoldInLabelOrder) {
 
 TEST(EntryRules, EditKeysFollowTheFlags) {
     const EditFlags plain{false, false}, commits{false, true}, navigates{true, false};
+    using A = EditKeyAction;
     struct Row {
         EditKey key;
         bool shift;
@@ -29,24 +30,20 @@ TEST(EntryRules, EditKeysFollowTheFlags) {
         bool hasParent;
         EditKeyAction action;
     };
+    // Enter commits (never moves on) when it has a parent to tell; with
+    // navigation it moves on like Tab, Shift going back; the arrows also move
+    // the tree's selection, whatever the flags.
+    // clang-format off
     const Row rows[] = {
-        {EditKey::Enter, false, plain, true, EditKeyAction::Platform},
-        {EditKey::Tab, false, plain, true, EditKeyAction::Platform},
-        // Enter commits (never moves on) when it has a parent to tell.
-        {EditKey::Enter, true, commits, true, EditKeyAction::Commit},
-        {EditKey::Enter, false, commits, false, EditKeyAction::Platform},
-        {EditKey::Tab, false, commits, true, EditKeyAction::NextControl},
-        // Navigation: Enter moves on like Tab; Shift goes back.
-        {EditKey::Enter, false, navigates, true, EditKeyAction::NextControl},
-        {EditKey::Tab, true, navigates, true, EditKeyAction::PreviousControl},
-        // The arrows also move the tree's selection, whatever the flags.
-        {EditKey::Up, false, plain, true, EditKeyAction::TreeAndPlatform},
-        {EditKey::Down, false, commits, false, EditKeyAction::TreeAndPlatform},
-        {EditKey::Other, false, navigates, true, EditKeyAction::Platform},
-    };
+        {EditKey::Enter, false, plain, true, A::Platform}, {EditKey::Tab, false, plain, true, A::Platform},
+        {EditKey::Enter, true, commits, true, A::Commit}, {EditKey::Enter, false, commits, false, A::Platform},
+        {EditKey::Tab, false, commits, true, A::NextControl}, {EditKey::Enter, false, navigates, true, A::NextControl},
+        {EditKey::Tab, true, navigates, true, A::PreviousControl}, {EditKey::Up, false, plain, true, A::TreeAndPlatform},
+        {EditKey::Down, false, commits, false, A::TreeAndPlatform}, {EditKey::Other, false, navigates, true, A::Platform}};
+    // clang-format on
     for (const Row& r : rows)
         EXPECT_EQ(DecideEditKey(r.key, r.shift, r.flags, r.hasParent), r.action)
-            << static_cast<int>(r.key) << " " << r.flags.navigateOnTabEnter << r.flags.enterCommits;
+            << static_cast<int>(r.key);
     EXPECT_FALSE(WantsAllKeys(plain));
     EXPECT_TRUE(WantsAllKeys(commits) && WantsAllKeys(navigates));
     // The boolean button is checked only above zero.

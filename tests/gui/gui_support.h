@@ -2,15 +2,22 @@
 // item of a feature's row, and waiting for events.
 #pragma once
 
-#include <QApplication>
+#include <gtest/gtest.h>
+
+#include <QTest>
+#include <QtWidgets>
 
 #include <chrono>
+#include <fstream>
 #include <functional>
 #include <string>
 #include <thread>
+#include <vector>
 
 #include "GenApi/GenApi.h"
 #include "browser/tessel_window.h"
+#include "controls/column_tree_widget.h"
+#include "qorvis.h"
 #include "sim/sim_camera.h"
 
 namespace quillon_gui_test {
@@ -18,14 +25,11 @@ namespace quillon_gui_test {
 using quillon::browser::FeatureRow;
 using quillon::browser::TreeItem;
 
-// One entry over `nodeMap`, without caption; `kind` and `object` name the
-// imaging-library object behind it (0 for none).
-inline quillon::browser::NodeMapEntry EntryOf(GenApi::INodeMap* nodeMap, int64_t kind = 0,
-                                              int64_t object = 0) {
+// One entry over `nodeMap`, without caption, for an object of `kind` (0: none).
+inline quillon::browser::NodeMapEntry EntryOf(GenApi::INodeMap* nodeMap, int64_t kind = 0) {
     quillon::browser::NodeMapEntry e;
     e.context.nodeMap = nodeMap;
     e.context.objectKind = kind;
-    e.context.object = object;
     return e;
 }
 
@@ -46,13 +50,11 @@ inline TreeItem ItemWhere(quillon::browser::CTessel& window,
     return quillon::browser::kTopLevel;
 }
 
-// The row of the feature node named `name`.
+// The row of the feature node named `name`, or the row labelled `label`.
 inline TreeItem FeatureItem(quillon::browser::CTessel& window, const std::string& name) {
     return ItemWhere(
         window, [&](const FeatureRow& r) { return r.node && r.node->GetName() == name.c_str(); });
 }
-
-// The row labelled `label` (categories included).
 inline TreeItem LabelledItem(quillon::browser::CTessel& window, const std::string& label) {
     return ItemWhere(window, [&](const FeatureRow& r) { return r.label == label; });
 }

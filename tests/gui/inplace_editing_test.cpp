@@ -2,25 +2,11 @@
 // stepping and sliding integers, floats and the arrows, choosing entries,
 // toggling a boolean by its check icon, cell tool tips, the Execute()
 // button, a register byte through the hex viewer; the property edit's keys.
-#include <gtest/gtest.h>
-
-#include <QComboBox>
-#include <QLineEdit>
-#include <QPushButton>
-#include <QSlider>
-#include <QTableWidget>
-#include <QTest>
-#include <QTextBlock>
-#include <QTimer>
-
-#include <string>
 
 #include "browser/browser_title.h"
-#include "controls/column_tree_widget.h"
 #include "controls/entry_controls_widget.h"
 #include "gui_support.h"
 #include "memview/memory_viewer.h"
-#include "qorvis.h"
 
 using namespace quillon::browser;
 using quillon::controls::CImagingEdit;
@@ -135,48 +121,4 @@ TEST(InPlaceEditing, CommandsGetTheExecuteButtonAndRegistersTheHexViewer) {
     uint8_t bytes[256] = {};
     GenApi::CRegisterPtr(w.Node("LUTValueAll"))->Get(bytes, sizeof bytes, true, true);
     EXPECT_EQ(bytes[3], 0xA5);
-}
-
-TEST(InPlaceEditing, ThePropertyEditsKeysAndBoldLabels) {
-    QWidget parent;
-    auto* first = new QLineEdit(&parent);
-    auto* edit = new CImagingEdit(&parent);
-    auto* last = new QLineEdit(&parent);
-    parent.show();
-    QApplication::processEvents(); // the window becomes active: focus changes take
-    int commits = 0;
-    QObject::connect(edit, &CImagingEdit::CommitRequested, [&] { ++commits; });
-    // Enter commits, keeps the focus and leaves the caret at the end.
-    edit->SetFlags({false, true});
-    edit->setFocus();
-    edit->SetText("12", false);
-    QTest::keyClick(edit, Qt::Key_Home);
-    QTest::keyClicks(edit, "3");
-    EXPECT_TRUE(edit->changedByUser());
-    QTest::keyClick(edit, Qt::Key_Return);
-    EXPECT_EQ(commits, 1);
-    EXPECT_TRUE(edit->hasFocus());
-    EXPECT_EQ(edit->toPlainText().toStdString() + std::to_string(edit->textCursor().position()),
-              "3123");
-    // With navigation, Tab and Shift+Tab go to the controls around it.
-    edit->SetFlags({true, false});
-    QTest::keyClick(edit, Qt::Key_Backtab, Qt::ShiftModifier);
-    EXPECT_TRUE(first->hasFocus());
-    edit->setFocus();
-    QTest::keyClick(edit, Qt::Key_Tab);
-    EXPECT_TRUE(last->hasFocus());
-    // Labels turn bold wherever they occur, with a hanging indent.
-    edit->SetText("Name:\tA\r\nValue:\t1\r\nName:\tB", true);
-    EXPECT_FALSE(edit->changedByUser());
-    const auto boldAt = [&](int position) {
-        QTextCursor c(edit->document());
-        c.setPosition(position + 1);
-        return c.charFormat().fontWeight() == QFont::Bold;
-    };
-    EXPECT_EQ(std::vector({boldAt(0), boldAt(5), boldAt(9), boldAt(17)}),
-              std::vector({true, false, true, true}));
-    EXPECT_LT(edit->document()->firstBlock().blockFormat().textIndent(), 0);
-    edit->SetText("Name:\tA", false);
-    EXPECT_FALSE(boldAt(0));
-    EXPECT_EQ(edit->document()->firstBlock().blockFormat().textIndent(), 0);
 }

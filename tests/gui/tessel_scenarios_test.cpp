@@ -1,28 +1,8 @@
 // The browser window over the simulated camera as a user drives it: polling
 // live values, a file round trip through the file access dialog, resizing and
 // scrolling the tree, and the placement and level kept between sessions.
-#include <gtest/gtest.h>
-
-#include <QCheckBox>
-#include <QComboBox>
-#include <QFileDialog>
-#include <QHeaderView>
-#include <QLabel>
-#include <QMessageBox>
-#include <QMouseEvent>
-#include <QProgressBar>
-#include <QPushButton>
-#include <QScrollBar>
-#include <QTemporaryDir>
-#include <QTimer>
-
-#include <fstream>
-#include <iterator>
-#include <string>
-#include <vector>
 
 #include "controls/column_tree_layout.h"
-#include "controls/column_tree_widget.h"
 #include "gui_support.h"
 #include "inspect/file_access_window.h"
 
@@ -58,17 +38,6 @@ struct DialogAnswerer {
         timer.start(10);
     }
 };
-
-void Fill(MemorySettingsStore& store, int32_t x, int32_t y, int32_t width, int32_t height,
-          int32_t name, int32_t level) {
-    for (auto [key, value] : {std::pair{kPosX, x},
-                              {kPosY, y},
-                              {kWidth, width},
-                              {kHeight, height},
-                              {kSlidderPos, name},
-                              {kUserLevel, level}})
-        store.Write(kSettingsKey, key, value);
-}
 
 } // namespace
 
@@ -212,7 +181,9 @@ TEST(TesselScenarios, PlacementColumnsAndLevelComeBackFromTheSettings) {
           Row{-5, 20, 640, 480, 5000, kGuru, {w.window.pos(), QSize(640, 480)}, -1},
           Row{10, 10, 80, 480, 150, kAdvanced, {10, 10, kDefaultWidth, kDefaultHeight}, 150}}) {
         MemorySettingsStore store;
-        Fill(store, row.x, row.y, row.width, row.height, row.name, row.level);
+        const int32_t values[] = {row.x, row.y, row.width, row.height, row.name, row.level};
+        for (int i = 0; const char* key : {kPosX, kPosY, kWidth, kHeight, kSlidderPos, kUserLevel})
+            store.Write(kSettingsKey, key, values[i++]);
         const auto window = open(store);
         EXPECT_EQ(window->geometry(), row.geometry) << row.x;
         EXPECT_EQ(window->tree().NameColumnWidth(),
@@ -234,12 +205,12 @@ TEST(TesselScenarios, PlacementColumnsAndLevelComeBackFromTheSettings) {
         WaitFor([] { return false; }, 50ms); // let the window manager apply the geometry
         window->close();
     }
-    for (auto [name, value] : {std::pair{kPosX, 70},
-                               {kPosY, 90},
-                               {kWidth, 610},
-                               {kHeight, 560},
-                               {kSlidderPos, 230},
-                               {kUserLevel, kAdvanced}})
+    // clang-format off
+    const std::pair<const char*, int> kept[] = {
+        {kPosX, 70}, {kPosY, 90}, {kWidth, 610}, {kHeight, 560}, {kSlidderPos, 230},
+        {kUserLevel, kAdvanced}};
+    // clang-format on
+    for (auto [name, value] : kept)
         EXPECT_EQ(store.Read(kSettingsKey, name), value) << name;
     EXPECT_FALSE(store.Has(kSeparateSettingsKey, kWidth));
     const auto again = open(store);

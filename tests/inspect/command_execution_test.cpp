@@ -2,14 +2,12 @@
 // imaging-library system (which answers the command-completion inquire), and
 // inline descriptions over a memory port. Only the sleep and the memory
 // viewer are stand-ins.
-#include <gtest/gtest.h>
 
 #include <chrono>
 #include <stdexcept>
 
 #include "inspect/command_execution.h"
 #include "inspect_support.h"
-#include "qorvis.h"
 
 namespace {
 
@@ -110,56 +108,4 @@ TEST_F(CommandExecution, OnlyAnAsynchronousSystemIsPolledUntilTheCommandIsDone) 
                   ActionOutcome::CommandExecuted);
         EXPECT_EQ(periods, std::vector<int64_t>(3, period)) << name;
     }
-}
-
-TEST_F(CommandExecution, TheHostHearsTheSelectorsFirstAndOnlyWithCallbackAndContext) {
-    GenApi::CEnumerationPtr(camera.nodeMap()->GetNode("FileSelector"))->FromString("LUTFile");
-    GenApi::CEnumerationPtr(camera.nodeMap()->GetNode("FileOperationSelector"))
-        ->FromString("Close");
-    EXPECT_EQ(Run("FileOperationExecute", seq), ActionOutcome::CommandExecuted);
-    EXPECT_EQ(host.reports, (Reports{{"SELECTOR_ENUM_FileSelector", "LUTFile"},
-                                     {"SELECTOR_ENUM_FileOperationSelector", "Close"},
-                                     {"CMD_FileOperationExecute", "Execute"}}));
-    host.reports.clear();
-    auto c = host.context(camera.nodeMap());
-    GenApi::INode* stop = camera.nodeMap()->GetNode("AcquisitionStop");
-    c.changeContext = nullptr;
-    RunAction(stop, "AcquisitionStop", c, seq, viewer);
-    c.changeContext = &host;
-    c.changeCallback = nullptr;
-    RunAction(stop, "AcquisitionStop", c, seq, viewer);
-    EXPECT_TRUE(host.reports.empty());
-    c.changeCallback = [](void*, const char*, const char*) {
-        throw std::runtime_error("host failure");
-    };
-    EXPECT_EQ(RunAction(stop, "AcquisitionStop", c, seq, viewer), ActionOutcome::CommandExecuted);
-    // A command whose write fails reports nothing.
-    quillon_inspect_test::MemoryDevice device(
-        "<Command Name=\"Fire\"><pValue>FireReg</pValue><CommandValue>1"
-        "</CommandValue></Command>" +
-        quillon_inspect_test::Reg("FireReg", "0x100", "RO"));
-    EXPECT_EQ(Run("Fire", sys, device.nodeMap()), ActionOutcome::Failed);
-    EXPECT_TRUE(host.reports.empty());
-}
-
-TEST_F(CommandExecution, RegistersGoThroughTheViewerOtherTypesAreLeftAlone) {
-    const uint64_t writes = camera.device.writeCount();
-    for (const char* name :
-         {"Width", "Gain", "DeviceVendorName", "ReverseX", "PixelFormat", "Root"})
-        EXPECT_EQ(Run(name, seq), ActionOutcome::Ignored) << name;
-    EXPECT_EQ(RunAction(nullptr, "", host.context(), sys, viewer), ActionOutcome::Ignored);
-    EXPECT_TRUE(viewer.shown.empty());
-    // Written back only when the viewer changed the bytes.
-    std::vector<uint8_t> lut(256);
-    camera.device.Read(lut.data(), 0x30000, 256);
-    EXPECT_EQ(Run("LUTValueAll", seq), ActionOutcome::RegisterUnchanged);
-    EXPECT_EQ(viewer.caption, "GenICam register access: LUTValueAll");
-    EXPECT_EQ(viewer.shown, lut) << "the viewer sees the device's bytes";
-    EXPECT_EQ(camera.device.writeCount(), writes);
-    viewer.change = true;
-    EXPECT_EQ(Run("LUTValueAll", seq), ActionOutcome::RegisterWritten);
-    camera.device.Read(lut.data(), 0x30000, 256);
-    EXPECT_EQ(lut[0] + lut[255], 255);
-    EXPECT_EQ(lut[0], 255);
-    EXPECT_TRUE(host.reports.empty()) << "a register edit is not reported to the host";
 }

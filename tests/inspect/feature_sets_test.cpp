@@ -2,13 +2,9 @@
 // loaded back (selector slices, a lock that a later line of the file
 // releases), the report of refused lines, the differences of two cameras,
 // malformed files, and a vendor description over memory.
-#include <gtest/gtest.h>
 
 #include <bit>
 #include <chrono>
-#include <filesystem>
-#include <string>
-#include <vector>
 
 #include "inspect/feature_set_format.h"
 #include "inspect/feature_sets.h"
@@ -159,22 +155,6 @@ TEST(FeatureSets, LoadReportsEachRefusedLineWithItsReason) {
     EXPECT_EQ(CFloatPtr(camera.node("Gain"))->GetValue(), 3) << "written after its selector";
     setEnum(camera.node("GainSelector"), "All");
     EXPECT_EQ(CFloatPtr(camera.node("Gain"))->GetValue(), 0);
-
-    // A cancelled load names the lines it did not write; a cancelled read saves nothing.
-    size_t steps = 0;
-    const auto cancelAtTwo = [&steps](size_t, size_t) { return ++steps < 2; };
-    const LoadReport cancelled =
-        LoadFeatureSet(ParseFeatureSet("OffsetX = 0\nWidth = 320\nHeight = 2\n").set,
-                       camera.entries(), "f.txt", {false, cancelAtTwo});
-    EXPECT_TRUE(cancelled.cancelled);
-    EXPECT_NE(cancelled.Text("f.txt").find(
-                  ", 1 not written (cancelled), 1 pass\nf.txt:1: applied: OffsetX = 0 "
-                  "(was 16)\nf.txt:2: applied: Width = 320 (was 640)\nf.txt:3: not "
-                  "written: Height = 2\n"),
-              std::string::npos)
-        << cancelled.Text("f.txt");
-    steps = 0;
-    EXPECT_THROW(ReadFeatureSet(camera.entries(), {"", cancelAtTwo}), FeatureSetCancelled);
 }
 
 TEST(FeatureSets, TwoCamerasDifferingInOneSelectorSliceShowThatLineOnly) {

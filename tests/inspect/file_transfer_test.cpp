@@ -1,16 +1,11 @@
 // Device file transfers over the simulated camera's file store and over
 // inline descriptions. The dialog's platform pieces (file dialog, message
 // box, progress bar, buttons) are one recorder; files go to a scratch folder.
-#include <gtest/gtest.h>
 
-#include <filesystem>
-#include <fstream>
 #include <functional>
 #include <iterator>
 #include <mutex>
-#include <string>
 #include <unistd.h>
-#include <vector>
 
 #include "inspect/file_transfer.h"
 #include "inspect_support.h"
@@ -126,67 +121,32 @@ TEST_F(FileTransfer, ListsTheDeviceFilesAndEnablesTheButtonsTheOpenModesAllow) {
     EXPECT_TRUE(platform.download && !platform.upload);
     session.SelectFile(2);
     EXPECT_TRUE(platform.download && platform.upload);
-    // A file offered for writing only.
+    // A file offered for writing only; without vendor and model the proposed name starts with "_".
     quillon_inspect_test::MemoryDevice sink(
-        "<Enumeration Name=\"FileSelector\"><EnumEntry Name=\"Log\"><Value>0</Value></EnumEntry>"
-        "<EnumEntry "
-        "Name=\"Sink\"><Value>1</Value></EnumEntry><pValue>Selected</pValue></Enumeration>" +
-        quillon_inspect_test::Reg("Selected", "0") +
-        "<IntSwissKnife Name=\"Readable\"><pVariable Name=\"S\">Selected</pVariable><Formula>S = "
-        "0</Formula>"
-        "</IntSwissKnife><Enumeration Name=\"FileOpenMode\"><EnumEntry Name=\"Read\">"
-        "<pIsAvailable>Readable</pIsAvailable><Value>0</Value></EnumEntry>"
-        "<EnumEntry Name=\"Write\"><Value>1</Value></EnumEntry><Value>0</Value></Enumeration>");
-    Session("Sink", sink.nodeMap());
+        "<Enumeration Name=\"FileSelector\"><EnumEntry "
+        "Name=\"Log\"><Value>0</Value></EnumEntry><EnumEntry "
+        "Name=\"Sink\"><DisplayName>Sink "
+        "File</DisplayName><Value>1</Value></EnumEntry><pValue>Selected</pValue>"
+        "</Enumeration><IntSwissKnife Name=\"Readable\"><pVariable "
+        "Name=\"S\">Selected</pVariable><Formula>S = 0"
+        "</Formula></IntSwissKnife><Enumeration Name=\"FileOpenMode\"><EnumEntry "
+        "Name=\"Read\"><pIsAvailable>"
+        "Readable</pIsAvailable><Value>0</Value></EnumEntry><EnumEntry "
+        "Name=\"Write\"><Value>1</Value>"
+        "</EnumEntry><Value>0</Value></Enumeration>" +
+        quillon_inspect_test::Reg("Selected", "0"));
+    EXPECT_EQ(Session("Sink", sink.nodeMap())->ProposedLocalName(), "_Sink_File.bin");
     EXPECT_TRUE(!platform.download && platform.upload);
-    // An entry whose availability cannot be read ends the list, its reason the description.
-    quillon_inspect_test::MemoryDevice failing(
-        "<Enumeration Name=\"FileSelector\"><EnumEntry Name=\"First\"><Value>0</Value></EnumEntry>"
-        "<EnumEntry Name=\"Second\"><pIsAvailable>Available</pIsAvailable><Value>1</Value>"
-        "</EnumEntry><Value>0</Value></Enumeration><Port Name=\"Unplugged\"/><IntReg "
-        "Name=\"Available\">"
-        "<Address>0</Address><Length>4</Length><AccessMode>RO</AccessMode><pPort>Unplugged</"
-        "pPort></IntReg>");
-    FileTransferSession broken(failing.nodeMap(), platform.Of());
-    EXPECT_NE(broken.FillFileList(), "");
-    EXPECT_EQ(broken.Files().size(), 1u);
-}
-
-TEST_F(FileTransfer, TheProposedNameJoinsVendorModelAndFileAndChoosingNothingStartsNothing) {
-    // A vendor name that is not a string does not count.
-    const char* vendors[] = {
-        "<StringReg Name=\"DeviceVendorName\"><Address>0x100</Address><Length>32</Length>"
-        "<AccessMode>RO</AccessMode><pPort>Device</pPort></StringReg>",
-        "<Integer Name=\"DeviceVendorName\"><Value>7</Value></Integer>"};
-    std::string names;
-    for (const char* vendor : vendors) {
-        quillon_inspect_test::MemoryDevice d(
-            std::string(
-                "<Enumeration Name=\"FileSelector\"><EnumEntry Name=\"UserSet1\"><DisplayName>User "
-                "Set "
-                "1</DisplayName><Value>0</Value></EnumEntry><Value>0</Value></"
-                "Enumeration><StringReg "
-                "Name=\"DeviceModelName\"><Address>0x200</Address><Length>32</Length><AccessMode>RO"
-                "</AccessMode><pPort>Device</pPort></StringReg>") +
-            vendor);
-        d.port.Write("Acme Corp", 0x100, 10);
-        d.port.Write("Cam 5", 0x200, 6);
-        names += Session("UserSet1", d.nodeMap())->ProposedLocalName() + " ";
-    }
-    const auto session = Session("UserSet2");
-    EXPECT_EQ(names + session->ProposedLocalName(),
-              "Acme_Corp_Cam_5_User_Set_1.bin _User_Set_1.bin Torvex_TVX1280M_UserSet2.bin");
-    const int changes = platform.buttonChanges;
-    EXPECT_FALSE(session->StartDownload() || session->StartUpload());
-    EXPECT_EQ(platform.asked,
-              "save Torvex_TVX1280M_UserSet2.bin|open Torvex_TVX1280M_UserSet2.bin|");
-    EXPECT_EQ(platform.buttonChanges, changes);
-    EXPECT_EQ(platform.log, "");
 }
 
 TEST_F(FileTransfer, DownloadAndUploadMove2048ByteChunksThroughATemporaryFile) {
     ASSERT_TRUE(camera.device.setFileContents("UserSet2", content));
     const auto session = Session("UserSet2");
+    // The dialog proposes vendor, model and file; choosing nothing starts nothing.
+    EXPECT_FALSE(session->StartDownload() || session->StartUpload());
+    EXPECT_EQ(platform.asked,
+              "save Torvex_TVX1280M_UserSet2.bin|open Torvex_TVX1280M_UserSet2.bin|");
+    EXPECT_EQ(platform.log, "");
     const fs::path target = dir / "user set 2.bin";
     // A file of the user's that happens to bear the temporary name is left alone.
     std::ofstream(target.string() + ".part") << "mine";

@@ -5,6 +5,9 @@
 
 #include <gtest/gtest.h>
 
+#include <filesystem>
+#include <fstream>
+#include <map>
 #include <string>
 #include <utility>
 #include <vector>
@@ -12,6 +15,7 @@
 #include "../support/inline_description.h"
 #include "GenApi/GenApi.h"
 #include "GenApi/MemoryPort.h"
+#include "qorvis.h"
 #include "sim/sim_camera.h"
 #include "types/row_context.h"
 

@@ -7,14 +7,10 @@
 // address integers (their value text is the dotted or dashed address).
 // A session of edits, recorded as code, runs last: the program's camera must
 // then hold what the edits left on the browsed one.
-#include <gtest/gtest.h>
 
 #include <unistd.h>
 
 #include <algorithm>
-#include <filesystem>
-#include <fstream>
-#include <map>
 #include <sstream>
 
 #include "browser/property_box.h"
@@ -23,7 +19,6 @@
 #include "inspect/snippet_generator.h"
 #include "inspect/value_commit.h"
 #include "inspect_support.h"
-#include "qorvis.h"
 #include "types/integer_display.h"
 
 using namespace quillon::inspect;

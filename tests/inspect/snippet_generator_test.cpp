@@ -1,16 +1,11 @@
 // The access code the property box shows: its exact lines per node type and
 // target, and the rules that choose among them (older constants, widths,
 // access modes, sequences, selectors, enumeration skeletons).
-#include <gtest/gtest.h>
 
-#include <string>
-
-#include "GenApi/Pointer.h"
 #include "inspect/older_constants.h"
 #include "inspect/session_code.h"
 #include "inspect/snippet_generator.h"
 #include "inspect_support.h"
-#include "qorvis.h"
 
 using namespace quillon::inspect;
 using quillon_inspect_test::Camera;
@@ -122,7 +117,6 @@ TEST(SnippetTexts, OlderConstantsAndWidthsDecideTheOneLineCalls) {
       <IntReg Name="Wide"><Address>6650</Address><Length>8</Length><AccessMode>RW</AccessMode><pPort>Device</pPort></IntReg>
       <Enumeration Name="Mode"><EnumEntry Name="Off"><Value>0</Value></EnumEntry><pValue>Wide</pValue></Enumeration>
       <IntReg Name="GrabTimeout"><Address>3001</Address><Length>8</Length><AccessMode>RW</AccessMode><pPort>Device</pPort></IntReg>
-      <StringReg Name="UserLabel"><Address>7704</Address><Length>16</Length><AccessMode>RW</AccessMode><pPort>Device</pPort></StringReg>
     )");
     EXPECT_TRUE(IsValue64Bit(d.node("Wide"), Q_DIGITIZER_OBJECT));
     EXPECT_FALSE(IsValue64Bit(d.node("Wide"), Q_SYSTEM_OBJECT));
@@ -155,30 +149,6 @@ TEST(SnippetTexts, OlderConstantsAndWidthsDecideTheOneLineCalls) {
               "\tQdigInquire(QorDigitizer, Q_DIG_GRAB_TIMEOUT + GrabTimeout, &GrabTimeout);\n");
     EXPECT_EQ(k.ShownPieces(), (std::vector<std::string>{k.oneLineControl, k.controlBlock,
                                                          k.oneLineInquire, k.inquireBlock}));
-    // A string's size call has no constant; its text call has.
-    EXPECT_EQ(Generate(d.node("UserLabel"), Q_SYSTEM_OBJECT).oneLineInquire,
-              "\tQOR_INT UserLabelStringSize = 0;\n"
-              "\tQsysInquire(QorSystem, UserLabel_SIZE, &UserLabelStringSize);\n"
-              "\tQOR_TEXT_PTR UserLabelPtr = new QOR_TEXT_CHAR[UserLabelStringSize];\n"
-              "\tQsysInquire(QorSystem, Q_SYS_USER_LABEL + UserLabel, UserLabelPtr);\n"
-              "\tdelete [] UserLabelPtr;\n");
-}
-
-TEST(SnippetTexts, VariableNamesAndCommandValues) {
-    for (auto [name, unit, variable] : {std::tuple{"Gain_Raw", "", "GainRaw"},
-                                        {"Cam-1:Gain.Raw", "dB", "Cam1GainRawIndB"},
-                                        {"ExposureTime", "\xC2\xB5s", "ExposureTimeInus"},
-                                        {"Temperature",
-                                         "\xC2\xB0"
-                                         "C",
-                                         "TemperatureInC"}})
-        EXPECT_EQ(VariableName(name, unit), variable);
-    MemoryDevice d(R"(<Integer Name="Cmd"><Value>0</Value></Integer>
-      <Command Name="Five"><pValue>Cmd</pValue><CommandValue>5</CommandValue></Command>
-      <Command Name="Indirect"><pValue>Cmd</pValue><pCommandValue>Cmd</pCommandValue></Command>)");
-    EXPECT_EQ(Generate(d.node("Five")).oneLineControl, "\tQdigControl(QorDigitizer, Five, 5);\n");
-    EXPECT_EQ(Generate(d.node("Indirect")).oneLineControl,
-              "\tQdigControl(QorDigitizer, Indirect, );\n");
 }
 
 TEST(SnippetTexts, EnumerationSkeletonIfChainUpToFourEntriesElseSwitch) {

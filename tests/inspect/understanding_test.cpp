@@ -1,14 +1,9 @@
 // Why a feature can't be edited, and every slice of a selector, over real
 // node maps: the simulated camera, vendor descriptions over zero-filled
 // memory, and a small inline description where reads and switches fail.
-#include <gtest/gtest.h>
 
 #include <memory>
-#include <string>
-#include <utility>
-#include <vector>
 
-#include "GenApi/Pointer.h"
 #include "inspect/access_explanation.h"
 #include "inspect/selector_slices.h"
 #include "inspect_support.h"
@@ -133,52 +128,4 @@ TEST(SelectorSlices, ReadsEveryEntryOfBothLevelsAndSetsTheSelectorsBack) {
     EXPECT_EQ(lut[1].caption, "LUTSelector = Luminance");
     ASSERT_EQ(lut[1].rows.size(), 256u);
     EXPECT_EQ(lut[1].rows[200], (std::vector<std::string>{"200", "200"}));
-}
-
-TEST(SelectorSlices, CellsSayInOneWordWhyTheyCannotBeRead) {
-    const char* reg = "<Length>4</Length><AccessMode>RW</AccessMode><pPort>Device</pPort>"
-                      "<Sign>Unsigned</Sign><Endianess>LittleEndian</Endianess>";
-    quillon_inspect_test::MemoryDevice d(
-        std::string("<Enumeration Name=\"S\"><EnumEntry Name=\"A\"><Value>0</Value></EnumEntry>"
-                    "<EnumEntry Name=\"B\"><Value>1</Value></EnumEntry>"
-                    "<EnumEntry Name=\"C\"><Value>2</Value></EnumEntry>"
-                    "<EnumEntry Name=\"D\"><pIsAvailable>Zero</pIsAvailable><Value>1</Value>"
-                    "</EnumEntry><pValue>SValue</pValue><pSelected>V</pSelected>"
-                    "<pSelected>U</pSelected><pSelected>E</pSelected><pSelected>W</pSelected>"
-                    "<pSelected>X</pSelected></Enumeration>"
-                    // The device takes the selector values 0 and 1 only.
-                    "<Integer Name=\"SValue\"><pValue>SReg</pValue><Min>0</Min><Max>1</Max>"
-                    "</Integer><IntReg Name=\"SReg\"><Address>0</Address>") +
-        reg + "</IntReg><IntReg Name=\"V\"><Address>0x100</Address><pIndex>SReg</pIndex>" + reg +
-        "</IntReg><Integer Name=\"U\"><pIsAvailable>IsA</pIsAvailable><Value>7</Value></Integer>"
-        "<IntSwissKnife Name=\"IsA\"><pVariable Name=\"S\">SReg</pVariable><Formula>S = 0"
-        "</Formula></IntSwissKnife><Enumeration Name=\"E\"><EnumEntry Name=\"Zero\"><Value>0"
-        "</Value></EnumEntry><pValue>ERaw</pValue></Enumeration><IntReg Name=\"ERaw\"><Address>"
-        "0x200</Address><pIndex>SReg</pIndex>" +
-        reg +
-        "</IntReg><IntReg Name=\"W\"><Address>0x300</Address><Length>4</Length>"
-        "<AccessMode>WO</AccessMode><pPort>Device</pPort></IntReg><Command Name=\"X\">"
-        "<pValue>SReg</pValue><CommandValue>1</CommandValue></Command>"
-        "<Integer Name=\"Zero\"><Value>0</Value></Integer><Integer Name=\"One\"><Value>1"
-        "</Value></Integer><Enumeration Name=\"L\"><pIsLocked>One</pIsLocked><EnumEntry "
-        "Name=\"Only\"><Value>0</Value></EnumEntry><Value>0</Value><pSelected>U</pSelected>"
-        "</Enumeration>");
-    const uint32_t five = 5, nine = 9;
-    d.port.Write(&five, 0x104, 4); // V under B
-    d.port.Write(&nine, 0x204, 4); // E under B: no entry has 9
-    GenApi::CEnumerationPtr(d.node("S"))->FromString("A");
-
-    const std::vector<SliceTable> tables = ReadSlices(d.node("S"));
-    EXPECT_EQ(SlicesText(tables, SliceLayout::Tabs),
-              "S\tV\tU\tE\tW\tX\n"
-              "A\t0\t7\tZero\twrite-only\tcommand\n"
-              "B\t5\tunavailable\terror\twrite-only\tcommand\n"
-              "C\trefused\trefused\trefused\trefused\trefused\n");
-    EXPECT_EQ(SlicesText(tables, SliceLayout::Aligned).substr(0, 52),
-              "S  V        U            E        W           X\n"
-              "A  0");
-    EXPECT_EQ(Value(d.node("S")), "A");
-    // Neither a feature that selects nothing nor a locked selector is sliced.
-    for (const char* name : {"V", "L"})
-        EXPECT_THROW(ReadSlices(d.node(name)), GenICam::AccessException) << name;
 }

@@ -1,10 +1,6 @@
 // Committing typed values into a real node map over a memory port: what is
 // refused writes nothing and says why; what is accepted reaches the device
 // and the host, selectors first.
-#include <gtest/gtest.h>
-
-#include <string>
-#include <vector>
 
 #include "inspect/value_commit.h"
 #include "inspect_support.h"
