@@ -1,5 +1,5 @@
 // The feature tree: which nodes become rows, in which order and under which
-// parent, de-duplication, levels, captions and the rows' callbacks.
+// parent, each once; every shared description; a build in slices.
 
 #include <filesystem>
 #include <functional>
@@ -43,13 +43,6 @@ const char* const kTree = R"(
   <Integer Name="Zero"><Value>0</Value></Integer>
 )";
 
-std::vector<std::string> FeatureNames(const FeatureTreeModel& model) {
-    std::vector<std::string> names;
-    for (const auto& row : model.featureRows())
-        names.emplace_back(row.node->GetName());
-    return names;
-}
-
 struct TreeBuild : ::testing::Test {
     InlineMap map{kTree};
     Browser browser;
@@ -92,16 +85,6 @@ TEST_F(TreeBuild, RowsFollowTheCategoriesDepthFirstEachNodeOnce) {
     EXPECT_FALSE(browser.model.IsCategoryShown(GenApi::CCategoryPtr(map.node("Hidden")).get()));
     EXPECT_TRUE(browser.model.categoryRows().back().isFileAccessCategory);
     EXPECT_FALSE(browser.model.categoryRows().front().isFileAccessCategory);
-
-    // Raising the level adds features in category order, never invisible ones.
-    browser.model.Rebuild({Entry(map.nodeMap())}, kGuru);
-    EXPECT_EQ(FeatureNames(browser.model),
-              (std::vector<std::string>{"Sel", "S1", "S2", "A1", "Shared", "A2", "BExpert", "BGuru",
-                                        "B1", "FileX"}));
-    EXPECT_EQ(browser.tree.topLevel().size(), 3u);
-    browser.model.Rebuild({Entry(map.nodeMap())}, kStandard);
-    EXPECT_EQ(browser.model.featureRows().size(), 8u);
-    EXPECT_EQ(browser.tree.size(), 11u);
 }
 
 TEST(CorpusTrees, EveryDescriptionBuildsWithEachNodeShownOnce) {

@@ -1,4 +1,5 @@
-// Row texts: label, " \t ", value, by node type, over real node maps.
+// Row texts (label, " \t ", value) by type and representation, and the
+// tick that rewrites exactly the rows of changed nodes.
 
 #include "browser/value_rendering.h"
 #include "browser_support.h"
@@ -73,23 +74,6 @@ TEST(ValueRendering, RowTextsByTypeRepresentationAndAccess) {
     for (const char* name : {"Values", "EnumEntry_Mode_One"}) // categories and the rest: the label
         EXPECT_EQ(RowText(name, map.node(name)), name);
     EXPECT_THROW(RowText("x", nullptr), GenICam::LogicalErrorException);
-}
-
-TEST(ValueRendering, AFailingReadShowsErrorOnItsRowAloneUntilTheDeviceRecovers) {
-    InlineMap map{Values()};
-    Browser browser;
-    browser.model.Build({Entry(map.nodeMap())}, kGuru);
-    EXPECT_EQ(browser.tree.Print(), "Values\n  Before \t 7\n  Broken \t Error\n  After \t 2.500\n");
-    EXPECT_TRUE(browser.Row("Broken")->inError);
-    EXPECT_FALSE(browser.Row("Before")->inError || browser.Row("After")->inError);
-    FeatureRow row;
-    row.label = "Mode";
-    row.node = map.node("Mode");
-    EXPECT_EQ(RenderRow(row), "Mode \t Error"); // the register reads 0: no entry
-    EXPECT_TRUE(row.inError);
-    GenApi::CIntegerPtr(map.node("ModeReg"))->SetValue(1);
-    EXPECT_EQ(RenderRow(row), "Mode \t One");
-    EXPECT_FALSE(row.inError);
 }
 
 // Node changes reaching the rows: the changed-node set and the 100 ms tick

@@ -1,6 +1,5 @@
-// The column tree's rules as data: clicks, tool tip areas and texts, row
-// fields, column widths, the scroll range
-// and what is painted over each row.
+// The column tree's rules as data: clicks, tool tips, row fields, column
+// widths, the scroll range and what is painted over each row.
 #include <gtest/gtest.h>
 
 #include <string>
@@ -131,66 +130,56 @@ TEST(ColumnTree, FieldsWidthsAndScrollRange) {
 }
 
 TEST(ColumnTree, RowPaint) {
-    const ColumnWidths two = Widths({250, 500});
-    const auto input = [](std::string_view text) {
+    const ColumnWidths two = Widths({250, 500}), three = Widths({100, 100, 100});
+    const auto paint = [](const ColumnWidths& w, std::string_view text, auto&& set) {
         RowPaintInput in;
         in.text = text;
         in.itemRect = {0, 36, 800, 54};
         in.textRect = {38, 36, 180, 54};
         in.clientWidth = 700;
-        return in;
+        set(in);
+        return PaintRow(w, in);
     };
-    RowPaintInput in = input("Acquisition Control");
-    in.isCategory = true;
-    auto row = PaintRow(two, in);
-    EXPECT_TRUE(row->name.bold && row->values.empty());
-    EXPECT_EQ(row->name.colour, TextColour::WindowText); // never greyed
+    // A category: bold, never greyed, its expansion icon left of the name; no value cells.
+    auto row = paint(two, "Acquisition Control", [](RowPaintInput& in) { in.isCategory = true; });
+    EXPECT_TRUE(row->name.bold && row->values.empty() &&
+                row->name.colour == TextColour::WindowText);
     EXPECT_EQ(row->name.rect, (Rect{38 + 18 + 2, 37, 178, 53}));
     EXPECT_EQ(row->expandIcon, (Icon{kIconCollapsed, {38, 40, 54, 56}}));
-    in.expanded = true;
-    EXPECT_EQ(PaintRow(two, in)->expandIcon->resource, kIconExpanded);
-
-    in = input("Gain \t 2.5");
-    in.writable = true;
-    row = PaintRow(two, in);
-    EXPECT_EQ(row->name.text, "Gain ");
-    EXPECT_TRUE(row->name.ellipsis && !row->name.bold && !row->expandIcon);
-    ASSERT_EQ(row->values.size(), 1u);
-    EXPECT_EQ(row->values[0].text, " 2.5");
+    EXPECT_EQ(paint(two, "C", [](RowPaintInput& in) { in.isCategory = in.expanded = true; })
+                  ->expandIcon->resource,
+              kIconExpanded);
+    // A writable feature's value from column 1's left + 6 to the client's right - 4, green.
+    row = paint(two, "Gain \t 2.5", [](RowPaintInput& in) { in.writable = true; });
+    EXPECT_TRUE(row->name.text == "Gain " && row->name.ellipsis && !row->name.bold &&
+                !row->expandIcon);
+    EXPECT_EQ(row->values.at(0).text, " 2.5");
     EXPECT_EQ(row->values[0].colour, TextColour::WritableValue);
-    // From column 1's left + 6 to the client's right - 4 (the column is wider).
     EXPECT_EQ(row->values[0].rect, (Rect{256, 36, 696, 54}));
-    in.treeShowsVScroll = true;
-    in.treeScrollX = 30;
-    row = PaintRow(two, in);
+    row = paint(two, "Gain \t 2.5", [](RowPaintInput& in) {
+        in.writable = in.treeShowsVScroll = true;
+        in.treeScrollX = 30;
+    });
     EXPECT_EQ(row->values[0].rect, (Rect{226, 36, 700 - 19, 54}));
     EXPECT_EQ(row->gridX, (std::vector<int>{219, 719}));
-    in.focused = true; // on the highlight
-    EXPECT_EQ(PaintRow(two, in)->values[0].colour, TextColour::Window);
-    in.focused = in.writable = false;
-    EXPECT_EQ(PaintRow(two, in)->name.colour, TextColour::GrayText);
-    EXPECT_EQ(PaintRow(two, in)->values[0].colour, TextColour::GrayText);
-    in.itemRect.bottom = 36;
-    EXPECT_FALSE(PaintRow(two, in));
-
+    EXPECT_EQ(paint(two, "G\t1", [](RowPaintInput& in) { in.focused = in.writable = true; })
+                  ->values[0]
+                  .colour,
+              TextColour::Window); // on the highlight
+    row = paint(two, "G\t1", [](RowPaintInput&) {});
+    EXPECT_EQ(row->name.colour, TextColour::GrayText);
+    EXPECT_EQ(row->values[0].colour, TextColour::GrayText);
+    EXPECT_FALSE(paint(two, "G\t1", [](RowPaintInput& in) { in.itemRect.bottom = 36; }));
     // A missing field leaves its cell out; a covered cell is the control's, unindented.
-    const ColumnWidths three = Widths({100, 100, 100});
-    EXPECT_EQ(PaintRow(three, input("a\tb"))->values.size(), 1u);
-    in = input("a\tb\tc");
-    in.coveredCells.set(1);
-    row = PaintRow(three, in);
-    ASSERT_EQ(row->values.size(), 2u);
-    EXPECT_TRUE(row->values[0].coveredByControl && !row->values[0].text);
-    EXPECT_EQ(row->values[0].rect.left, 100);
-    EXPECT_EQ(row->values[1].rect.left, 206);
+    EXPECT_EQ(paint(three, "a\tb", [](RowPaintInput&) {})->values.size(), 1u);
+    row = paint(three, "a\tb\tc", [](RowPaintInput& in) { in.coveredCells.set(1); });
+    EXPECT_TRUE(row->values.at(0).coveredByControl && !row->values[0].text);
+    EXPECT_EQ(row->values[0].rect.left + row->values.at(1).rect.left, 100 + 206);
     // A boolean shows one of four check icons instead of its text.
-    in = input("Reverse X \t True");
-    in.booleanValue = true;
-    row = PaintRow(two, in);
+    row = paint(two, "Reverse X \t True", [](RowPaintInput& in) { in.booleanValue = true; });
     EXPECT_FALSE(row->values[0].text);
     EXPECT_EQ(row->values[0].check, (Icon{kIconCheckedReadOnly, {256, 37, 272, 53}}));
-    for (auto [value, writable, icon] : {std::tuple{true, true, kIconCheckedWritable},
-                                         {false, true, kIconUncheckedWritable},
-                                         {false, false, kIconUncheckedReadOnly}})
-        EXPECT_EQ(CheckIconResource(value, writable), icon);
+    EXPECT_EQ(std::vector({CheckIconResource(true, true), CheckIconResource(false, true),
+                           CheckIconResource(false, false)}),
+              std::vector({kIconCheckedWritable, kIconUncheckedWritable, kIconUncheckedReadOnly}));
 }

@@ -1,6 +1,5 @@
-// The browser window over the simulated camera: what it shows after start-up,
-// the property box of a selection, a level change, its colours and its saved
-// image; and the tree widget's order of rows inserted while it is built.
+// The browser window over the simulated camera: its tree and controls, the
+// property box of a selection, its colours and its saved image.
 
 #include "browser/browser_title.h"
 #include "gui_support.h"
@@ -57,33 +56,6 @@ TEST(TesselWindow, ShowsTheCameraTreeThePropertiesOfTheSelectionAndItsColours) {
                 viewport.rect().contains(tree.ItemRect(sensorWidth)));
     EXPECT_TRUE(HasColour(viewport, tree.ItemRect(width), QColor(0, 128, 0)));
     EXPECT_FALSE(HasColour(viewport, tree.ItemRect(sensorWidth), QColor(0, 128, 0)));
-
-    // A level change rebuilds the tree and drops the selection with its properties.
-    ASSERT_NE(quillon_gui_test::LabelledItem(window, "LUT Control"),
-              kTopLevel); // Expert, shown at Guru
-    window.levelCombo().setCurrentIndex(0);
-    EXPECT_EQ(window.session().userLevel(), kStandard);
-    EXPECT_EQ(quillon_gui_test::LabelledItem(window, "LUT Control"), kTopLevel);
-    EXPECT_EQ(tree.SelectedItem(), kTopLevel);
-    EXPECT_TRUE(window.propertyBox().toPlainText().isEmpty());
-}
-
-// Rows arriving while a tree is built: after the shown rows, under a
-// collapsed item, or between shown rows; the shown rows keep the tree's order.
-TEST(ColumnTree, RowsInsertedAnywhereShowInTreeOrder) {
-    ColumnTreeWidget tree;
-    const TreeItem a = tree.InsertItem(kTopLevel, "A");
-    const TreeItem a1 = tree.InsertItem(a, "A1");
-    tree.Expand(kTopLevel);
-    const TreeItem a2 = tree.InsertItem(a, "A2");
-    const TreeItem b = tree.InsertItem(kTopLevel, "B");
-    const TreeItem b1 = tree.InsertItem(b, "B1");
-    const TreeItem a3 = tree.InsertItem(a, "A3");
-    EXPECT_EQ(tree.VisibleItemsFromFirst(), (std::vector<TreeItem>{a, a1, a2, a3, b}));
-    tree.SetExpanded(b, true);
-    EXPECT_EQ(tree.VisibleItemsFromFirst(), (std::vector<TreeItem>{a, a1, a2, a3, b, b1}));
-    EXPECT_EQ(tree.verticalScrollBar()->maximum() + tree.verticalScrollBar()->pageStep(),
-              std::max(6, tree.verticalScrollBar()->pageStep()));
 }
 
 int main(int argc, char** argv) {

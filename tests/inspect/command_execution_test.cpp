@@ -1,7 +1,5 @@
-// The action button over real node maps: the simulated camera behind a real
-// imaging-library system (which answers the command-completion inquire), and
-// inline descriptions over a memory port. Only the sleep and the memory
-// viewer are stand-ins.
+// The action button over the simulated camera behind a real imaging-library
+// system and over inline descriptions; only the sleep and the viewer stand in.
 
 #include <chrono>
 #include <stdexcept>
@@ -61,8 +59,8 @@ struct CommandExecution : ::testing::Test {
 } // namespace
 
 TEST_F(CommandExecution, OnlyAnAsynchronousSystemIsPolledUntilTheCommandIsDone) {
-    // A "system" that is none fails the completion inquire quietly, though the
-    // host prints errors: the command returns while the start is pending.
+    // A "system" that is none fails the completion inquire, quietly though
+    // the host prints errors: the command returns while the start is pending.
     testing::internal::CaptureStderr();
     EXPECT_EQ(Run("AcquisitionStart", seq), ActionOutcome::CommandExecuted);
     EXPECT_EQ(testing::internal::GetCapturedStderr(), "");

@@ -1,6 +1,5 @@
-// What the inspection tests share: small inline descriptions over a
-// zero-filled memory port, the simulated camera, vendor descriptions over
-// memory, and a recorder for the host's change callback.
+// What the inspection tests share: inline descriptions over memory, the
+// simulated camera, vendor descriptions, a recorder for the host's callback.
 #pragma once
 
 #include <gtest/gtest.h>

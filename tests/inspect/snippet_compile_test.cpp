@@ -1,12 +1,9 @@
-// The generated access code is real code: every generic feature call that the
-// property box shows for a row of the simulated camera's tree is pasted into
-// one C++ program, compiled with the system g++ against qorvis.h, linked with
-// the built libraries and run on a simulated system; the values it reads and
-// writes are checked. Left out, as they are not meant to compile: one-line
-// calls, sequence targets, "QOR_INT6464" declarations, and control blocks of
-// address integers (their value text is the dotted or dashed address).
-// A session of edits, recorded as code, runs last: the program's camera must
-// then hold what the edits left on the browsed one.
+// The generated access code is real code: the generic feature calls the
+// property box shows for the simulated camera's rows, and a session of edits
+// recorded as code, compiled with g++ against qorvis.h, linked with the built
+// libraries and run on a simulated system; the values read and written are
+// checked. Left out, as not meant to compile: one-line calls, sequence
+// targets, "QOR_INT6464" declarations and address integers' control blocks.
 
 #include <unistd.h>
 

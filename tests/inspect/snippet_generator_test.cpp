@@ -1,6 +1,5 @@
-// The access code the property box shows: its exact lines per node type and
-// target, and the rules that choose among them (older constants, widths,
-// access modes, sequences, selectors, enumeration skeletons).
+// The access code the property box shows, exactly, per node type and target,
+// and the rules choosing among its lines; a session step as code.
 
 #include "inspect/older_constants.h"
 #include "inspect/session_code.h"
@@ -194,10 +193,6 @@ TEST(SnippetTexts, AccessModeSequencesAndSelectorsChooseTheBlocks) {
     // Unreadable: the value is written as 0 so that the block stays valid code.
     EXPECT_EQ(FirstLine(wo.controlBlock), "\tQOR_INT64 GevPrimaryApplicationSwitchoverKey = 0;\n");
     EXPECT_TRUE(Generate(c.node("BalanceWhiteAuto")).ShownPieces().empty());
-    SnippetRequest both = MakeSnippetRequest(c.node("BalanceWhiteAuto"), Q_DIGITIZER_OBJECT);
-    both.bothBlocks = true;
-    const SnippetTexts forced = GenerateSnippets(c.node("BalanceWhiteAuto"), both);
-    EXPECT_TRUE(forced.showControl && forced.showInquire);
     EXPECT_TRUE(Generate(c.node("Root")).ShownPieces().empty());
 
     // A sequence's lines quote an empty name and have no one-line prefix.

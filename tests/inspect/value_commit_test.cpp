@@ -1,6 +1,5 @@
-// Committing typed values into a real node map over a memory port: what is
-// refused writes nothing and says why; what is accepted reaches the device
-// and the host, selectors first.
+// Committing typed values over a memory port: refused text writes nothing and
+// says why; accepted values reach the device and the host, selectors first.
 
 #include "inspect/value_commit.h"
 #include "inspect_support.h"
@@ -11,39 +10,25 @@ using quillon::inspect::CommitValue;
 using quillon_inspect_test::Reg;
 using Reports = std::vector<std::pair<std::string, std::string>>;
 
+// GevMACAddress is shown as a MAC address by its name alone.
 const std::string kBody =
-    "<Integer "
-    "Name=\"Width\"><pValue>WidthReg</pValue><Min>16</Min><Max>1280</Max><Inc>4</Inc></Integer>" +
-    Reg("WidthReg", "0x0") +
-    "<Integer "
-    "Name=\"Address\"><pValue>AddressReg</pValue><Representation>IPV4Address</Representation>"
-    "</Integer>" +
-    Reg("AddressReg", "0x4") +
-    "<Float Name=\"Gain\"><pValue>GainReg</pValue><Min>0</Min><Max>12</Max><Inc>0.5</Inc></Float>"
-    "<FloatReg "
-    "Name=\"GainReg\"><Address>0x10</Address><Length>8</Length><AccessMode>RW</AccessMode>"
-    "<pPort>Device</pPort><Endianess>LittleEndian</Endianess></FloatReg>"
-    "<Boolean "
-    "Name=\"Reverse\"><pValue>ReverseReg</pValue><OnValue>1</OnValue><OffValue>0</OffValue>"
-    "</Boolean>" +
-    Reg("ReverseReg", "0x20") +
-    "<StringReg "
-    "Name=\"UserName\"><Address>0x40</Address><Length>8</Length><AccessMode>RW</AccessMode>"
-    "<pPort>Device</pPort></StringReg>"
-    "<Enumeration Name=\"Mode\"><EnumEntry Name=\"Off\"><Value>0</Value></EnumEntry>"
-    "<EnumEntry Name=\"Continuous\"><DisplayName>Continuous "
-    "Run</DisplayName><Value>2</Value></EnumEntry>"
-    "<pValue>ModeReg</pValue></Enumeration>" +
-    Reg("ModeReg", "0x30") +
-    "<Enumeration Name=\"Channel\"><EnumEntry Name=\"A\"><Value>0</Value></EnumEntry>"
-    "<EnumEntry Name=\"B\"><Value>1</Value></EnumEntry><pValue>ChannelReg</pValue>"
-    "<pSelected>Width</pSelected></Enumeration>" +
-    Reg("ChannelReg", "0x34") +
-    "<Integer Name=\"Fixed\"><ImposedAccessMode>RO</ImposedAccessMode><Value>3</Value></Integer>"
-    // Shown as a MAC address by its name alone.
-    "<IntReg "
-    "Name=\"GevMACAddress\"><Address>0x50</Address><Length>8</Length><AccessMode>RW</AccessMode>"
-    "<pPort>Device</pPort><Sign>Unsigned</Sign><Endianess>LittleEndian</Endianess></IntReg>";
+    Reg("WidthReg", "0x0") + Reg("AddressReg", "0x4") + Reg("ReverseReg", "0x20") +
+    Reg("ModeReg", "0x30") + Reg("ChannelReg", "0x34") +
+    R"(<Integer Name="Width"><pValue>WidthReg</pValue><Min>16</Min><Max>1280</Max><Inc>4</Inc></Integer>
+    <Integer Name="Address"><pValue>AddressReg</pValue><Representation>IPV4Address</Representation></Integer>
+    <Float Name="Gain"><pValue>GainReg</pValue><Min>0</Min><Max>12</Max><Inc>0.5</Inc></Float>
+    <FloatReg Name="GainReg"><Address>0x10</Address><Length>8</Length><AccessMode>RW</AccessMode>
+      <pPort>Device</pPort><Endianess>LittleEndian</Endianess></FloatReg>
+    <Boolean Name="Reverse"><pValue>ReverseReg</pValue><OnValue>1</OnValue><OffValue>0</OffValue></Boolean>
+    <StringReg Name="UserName"><Address>0x40</Address><Length>8</Length><AccessMode>RW</AccessMode>
+      <pPort>Device</pPort></StringReg>
+    <Enumeration Name="Mode"><EnumEntry Name="Off"><Value>0</Value></EnumEntry><EnumEntry Name="Continuous">
+      <DisplayName>Continuous Run</DisplayName><Value>2</Value></EnumEntry><pValue>ModeReg</pValue></Enumeration>
+    <Enumeration Name="Channel"><EnumEntry Name="A"><Value>0</Value></EnumEntry><EnumEntry Name="B">
+      <Value>1</Value></EnumEntry><pValue>ChannelReg</pValue><pSelected>Width</pSelected></Enumeration>
+    <Integer Name="Fixed"><ImposedAccessMode>RO</ImposedAccessMode><Value>3</Value></Integer>
+    <IntReg Name="GevMACAddress"><Address>0x50</Address><Length>8</Length><AccessMode>RW</AccessMode>
+      <pPort>Device</pPort><Endianess>LittleEndian</Endianess></IntReg>)";
 
 struct ValueCommit : ::testing::Test {
     quillon_inspect_test::MemoryDevice device{kBody};
