@@ -22,13 +22,6 @@ void Type(QWidget& target, const QString& text) {
         Press(target, ch.toUpper().unicode(), Qt::NoModifier, QString(ch));
 }
 
-std::string Names(FindWindow& find) {
-    std::string names;
-    for (int i = 0; i < find.nameList().model()->rowCount(); ++i)
-        names += find.nameList().model()->index(i, 0).data().toString().toStdString() + "|";
-    return names;
-}
-
 } // namespace
 
 TEST(FindWindow, CtrlFOpensItTypingFiltersAndEnterSelectsTheFirstMatch) {
@@ -42,7 +35,9 @@ TEST(FindWindow, CtrlFOpensItTypingFiltersAndEnterSelectsTheFirstMatch) {
     const int all = find.nameList().model()->rowCount();
     EXPECT_GT(all, 200);
     Type(find.queryEdit(), QStringLiteral("offsetx"));
-    EXPECT_EQ(Names(find), "OffsetX|");
+    EXPECT_EQ(find.nameList().model()->index(0, 0).data().toString() +
+                  QString::number(find.nameList().model()->rowCount()),
+              "OffsetX1");
     Press(find.queryEdit(), Qt::Key_Return);
     EXPECT_FALSE(find.isVisible()) << "Enter hides the window";
     EXPECT_EQ(w.window.tree().SelectedItem(), w.Feature("OffsetX"));
@@ -68,4 +63,27 @@ TEST(FindWindow, CtrlFOpensItTypingFiltersAndEnterSelectsTheFirstMatch) {
     w.window.findButton().click();
     w.window.close();
     EXPECT_FALSE(find.isVisible()) << "closing the browser hides the find window";
+}
+
+// A child browser rebuilds its tree each time the host shows it: the find
+// list must then name the new tree items, never the freed ones.
+TEST(FindWindow, AnEmbeddedBrowserShownAgainRefillsItsFindList) {
+    qorvis::sim::ConnectedSimulatedCamera camera;
+    MemorySettingsStore store;
+    QWidget host;
+    GenicamControllerChild child(
+        BrowserSetup{{quillon_gui_test::EntryOf(camera.nodeMap())}, 0, {}, false}, &host, &store);
+    host.show();
+    child.show();
+    child.findButton().click();
+    child.hide();
+    child.show(); // the rebuild
+    FindWindow& find = child.findWindow();
+    ASSERT_FALSE(find.shown().empty());
+    for (const auto& entry : find.shown())
+        ASSERT_NE(child.session().model().RowForItem(const_cast<TreeItem>(entry.treeItem)),
+                  nullptr);
+    find.nameList().setFocus();
+    Press(find.nameList(), Qt::Key_Down);
+    EXPECT_EQ(child.tree().SelectedItem(), find.shown().front().treeItem);
 }

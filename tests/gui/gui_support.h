@@ -17,6 +17,7 @@
 #include "GenApi/GenApi.h"
 #include "browser/tessel_window.h"
 #include "controls/column_tree_widget.h"
+#include "controls/entry_controls_widget.h"
 #include "qorvis.h"
 #include "sim/sim_camera.h"
 

@@ -2,7 +2,6 @@
 // entries, booleans by their check icon, Execute(), and a register's bytes.
 
 #include "browser/browser_title.h"
-#include "controls/entry_controls_widget.h"
 #include "gui_support.h"
 #include "memview/memory_viewer.h"
 

