@@ -51,11 +51,10 @@ TEST(TreeMenu, ExplainsSlicesAndCopiesTheSessionAsCode) {
     const TreeItem width = w.Feature("Width"), selector = w.Feature("GainSelector");
     // A right click selects the row; nothing is edited yet, and the row selects nothing.
     const TreeItem vendor = w.Feature("DeviceVendorName");
-    const std::string entries = std::string(kWhyAction) + "|" + kSlicesAction + "|" +
-                                kSessionCodeAction + "||" + kSaveFeaturesText + "|" +
-                                kLoadFeaturesText + "|" + kCompareFeaturesText + "|";
-    EXPECT_EQ((Choose(window, vendor, kSessionCodeAction) + Choose(window, vendor, kSlicesAction))
-                  .toStdString(),
+    const QString entries = QString(kWhyAction) + "|" + kSlicesAction + "|" + kSessionCodeAction +
+                            "||" + kSaveFeaturesText + "|" + kLoadFeaturesText + "|" +
+                            kCompareFeaturesText + "|";
+    EXPECT_EQ(Choose(window, vendor, kSessionCodeAction) + Choose(window, vendor, kSlicesAction),
               entries + entries);
     EXPECT_EQ(window.tree().SelectedItem(), vendor);
 

@@ -49,10 +49,9 @@ TEST(FeatureSets, RoundTripOverTheSimulatedCameraRestoresEveryValue) {
     Camera camera(clock);
     const std::string saved = camera.text();
     for (const char* line :
-         {"# Vendor: Torvex", "# Serial number: TVX21A0042", "Width = 1280",
-          "Gain[GainSelector=AnalogAll] = 6", "# DeviceVendorName = \"Torvex\"",
-          "LUTValue[LUTSelector=Luminance][LUTIndex=255] = 255",
-          "GevPersistentIPAddress = ", "TorvexScratch = 0xC0FFEE42", "BlackLevel = -2.5"})
+         {"# Serial number: TVX21A0042", "Gain[GainSelector=AnalogAll] = 6",
+          "# DeviceVendorName = \"Torvex\"", "LUTValue[LUTSelector=Luminance][LUTIndex=255] = 255",
+          "GevPersistentIPAddress = ", "TorvexScratch = 0xC0FFEE42"})
         EXPECT_NE(saved.find(std::string("\n") + line), std::string::npos) << line;
 
     const std::string user = "  a=b # c\n\"\\\x01";
@@ -137,6 +136,15 @@ TEST(FeatureSets, LoadReportsEachRefusedLineWithItsReason) {
     EXPECT_EQ(CFloatPtr(camera.node("Gain"))->GetValue(), 3) << "written after its selector";
     setEnum(camera.node("GainSelector"), "All");
     EXPECT_EQ(CFloatPtr(camera.node("Gain"))->GetValue(), 0);
+    // A cancelled load names the lines it did not write.
+    size_t steps = 0;
+    const LoadReport cancelled = LoadFeatureSet(
+        ParseFeatureSet("OffsetX = 0\nWidth = 320\nHeight = 2\n").set, camera.entries(), "f.txt",
+        {false, [&](size_t, size_t) { return ++steps < 2; }});
+    EXPECT_EQ(cancelled.Text("f.txt"),
+              "f.txt: 2 applied, 0 unchanged, 0 refused, 1 not written (cancelled), 1 pass\n"
+              "f.txt:1: applied: OffsetX = 0 (was 16)\nf.txt:2: applied: Width = 320 (was "
+              "640)\nf.txt:3: not written: Height = 2\n");
 }
 
 TEST(FeatureSets, TwoCamerasDifferingInOneSelectorSliceShowThatLineOnly) {
