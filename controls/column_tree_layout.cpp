@@ -63,34 +63,4 @@ HScrollBar MakeHScrollBar(const ColumnWidths& widths, int clientWidth, int scrol
     return HScrollBar{0, ScrollExtent(widths), clientWidth, std::max(scrollOffset, 0)};
 }
 
-int ApplyHScroll(HScrollCode code, int scrollOffset, int trackPosition, int clientWidth,
-                 const ColumnWidths& widths) {
-    int x = scrollOffset;
-    switch (code) {
-    case HScrollCode::LineLeft: x -= kScrollLinePixels; break;
-    case HScrollCode::LineRight: x += kScrollLinePixels; break;
-    case HScrollCode::PageLeft: x -= clientWidth; break;
-    case HScrollCode::PageRight: x += clientWidth; break;
-    case HScrollCode::ThumbTrack: x = trackPosition; break;
-    case HScrollCode::ToLeft: x = 0; break;
-    case HScrollCode::ToRight: x = widths.total - clientWidth; break;
-    case HScrollCode::Other: break;
-    }
-    return std::max(x, 0);
-}
-
-ChildPlacement PlaceChildren(const ColumnWidths& widths, const PlacementInput& in) {
-    int w = in.clientWidth;
-    int p = 0;
-    if (w < ScrollExtent(widths)) {
-        p = in.scrollPosition;
-        w += p;
-    }
-    ChildPlacement out;
-    int headerWidth = w - (in.treeShowsVScroll ? in.vScrollWidth : kHeaderRightGap);
-    out.header = Rect{-p, 0, -p + headerWidth, in.headerHeight};
-    out.tree = Rect{-p, in.headerHeight, -p + w, in.clientHeight};
-    return out;
-}
-
 } // namespace quillon::controls

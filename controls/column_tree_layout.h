@@ -19,7 +19,6 @@ inline constexpr int kTreeColumnReach = 300;    // always scrollable past the tr
 inline constexpr int kMinLastColumnWidth = 300; // resizing never squeezes the last column below this
 inline constexpr int kDividerPadding = 20;      // added to the widest text on a divider double-click
 inline constexpr int kValueIndent = 6;          // left indent of value-column texts
-inline constexpr int kHeaderRightGap = 6;       // header shortening when the tree has no vertical bar
 inline constexpr int kDefaultScrollBarWidth = 17;
 
 struct Point {
@@ -74,8 +73,6 @@ ColumnWidths ReadColumnWidths(std::span<const int> headerWidths);
 // Unchanged when `keepLastWidth` is set or there are no columns.
 ColumnWidths ResizeLastColumn(const ColumnWidths& widths, int clientWidth, bool keepLastWidth);
 
-// Header height: the height of "A" in the tree's font plus 4.
-inline int HeaderHeight(int textHeightOfA) { return textHeightOfA + 4; }
 // Rows are 2 pixels taller than the tree's default.
 inline int RowHeight(int defaultItemHeight) { return defaultItemHeight + 2; }
 
@@ -102,41 +99,6 @@ struct HScrollBar {
 // Range 0 .. ScrollExtent, page = client width, position = offset (a
 // negative offset counts as 0).
 HScrollBar MakeHScrollBar(const ColumnWidths& widths, int clientWidth, int scrollOffset);
-
-enum class HScrollCode {
-    LineLeft,
-    LineRight,
-    PageLeft,
-    PageRight,
-    ThumbTrack,
-    ToLeft,
-    ToRight,
-    Other, // end-scroll, thumb-position and the like: keep the offset
-};
-
-// The new scroll offset after a horizontal scroll command; never negative.
-int ApplyHScroll(HScrollCode code, int scrollOffset, int trackPosition, int clientWidth,
-                 const ColumnWidths& widths);
-
-// Where header and tree go inside the host window.
-struct ChildPlacement {
-    Rect header;
-    Rect tree;
-};
-
-struct PlacementInput {
-    int clientWidth = 0;
-    int clientHeight = 0;
-    int scrollPosition = 0; // as read back from the scroll bar
-    int headerHeight = 0;
-    bool treeShowsVScroll = false;
-    int vScrollWidth = kDefaultScrollBarWidth;
-};
-
-// Both children are shifted left by the scroll position and widened by it,
-// so the tree never scrolls natively; when the client is wide enough for
-// everything, the position is ignored.
-ChildPlacement PlaceChildren(const ColumnWidths& widths, const PlacementInput& in);
 
 // --- Divider double-click -------------------------------------------------
 

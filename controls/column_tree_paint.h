@@ -4,7 +4,6 @@
 // widget only draws it.
 #pragma once
 
-#include <atomic>
 #include <bitset>
 #include <optional>
 #include <string_view>
@@ -92,25 +91,5 @@ std::optional<RowPaint> PaintRow(const ColumnWidths& widths, const RowPaintInput
 
 // The check icon of a boolean by value and writability.
 int CheckIconResource(bool value, bool writable);
-
-// Guards the row painting against re-entry: a nested paint while one row is
-// painting leaves its item as the tree drew it.
-class PaintGuard {
-public:
-    explicit PaintGuard(std::atomic<int>& flag) : flag_(flag) {
-        int expected = 0;
-        owns_ = flag_.compare_exchange_strong(expected, 1);
-    }
-    ~PaintGuard() {
-        if (owns_) flag_.store(0);
-    }
-    PaintGuard(const PaintGuard&) = delete;
-    PaintGuard& operator=(const PaintGuard&) = delete;
-    bool Acquired() const { return owns_; }
-
-private:
-    std::atomic<int>& flag_;
-    bool owns_ = false;
-};
 
 } // namespace quillon::controls

@@ -61,12 +61,6 @@ inline bool WantsAllKeys(EditFlags flags) {
     return flags.navigateOnTabEnter || flags.enterCommits;
 }
 
-// Tab and carriage-return characters are dropped (neither inserted nor
-// beeped) when either flag is set.
-inline bool SwallowsCharacter(char32_t c, EditFlags flags) {
-    return (c == U'\t' || c == U'\r') && WantsAllKeys(flags);
-}
-
 // --- Boolean button -------------------------------------------------------
 
 // The check icon a boolean button draws for its 16-bit value: checked for

@@ -1,9 +1,8 @@
-// Row texts: label, " \t ", value, by node type, over real node maps.
-#include <gtest/gtest.h>
+// Row texts (label, " \t ", value) by type and representation, and the
+// tick that rewrites exactly the rows of changed nodes.
 
 #include "browser/value_rendering.h"
 #include "browser_support.h"
-#include "sim/sim_camera.h"
 
 using namespace quillon::browser;
 using quillon_browser_test::Browser;
@@ -12,20 +11,19 @@ using quillon_browser_test::InlineMap;
 
 namespace {
 
-const char* const kValues = R"(
+// Float digits follow the signed value: three down to 0.001, nine below,
+// more below 0.000000001; a negative value is below every threshold.
+// clang-format off
+const std::pair<const char*, const char*> kFloats[] = {
+    {"2.5", "2.500"}, {"1.0", "1.000"}, {"0.0", "0.000"}, {"0.001", "0.001000"},
+    {"0.0005", "0.000500000"}, {"0.000005", "0.000005000"}, {"0.000000005", "0.000000005000"},
+    {"0.0000000005", "0.000000000500000"}, {"-2.5", "-2.500000000000000"}};
+// clang-format on
+
+std::string Values() {
+    std::string body = R"(
   <Category Name="Root"><pFeature>Values</pFeature></Category>
-  <Category Name="Values">
-    <pFeature>Before</pFeature><pFeature>Broken</pFeature><pFeature>After</pFeature>
-  </Category>
-  <Float Name="F2_5"><Value>2.5</Value></Float>
-  <Float Name="F0"><Value>0.0</Value></Float>
-  <Float Name="F0_0005"><Value>0.0005</Value></Float>
-  <Float Name="FNeg"><Value>-2.5</Value></Float>
-  <Float Name="F1"><Value>1.0</Value></Float>
-  <Float Name="F0_001"><Value>0.001</Value></Float>
-  <Float Name="F5e6"><Value>0.000005</Value></Float>
-  <Float Name="F5e9"><Value>0.000000005</Value></Float>
-  <Float Name="F5e10"><Value>0.0000000005</Value></Float>
+  <Category Name="Values"><pFeature>Before</pFeature><pFeature>Broken</pFeature><pFeature>After</pFeature></Category>
   <Integer Name="GevCurrentIPAddress"><Value>3232235521</Value><Representation>Linear</Representation></Integer>
   <Integer Name="GevSCDA"><Value>167772417</Value><Representation>HexNumber</Representation></Integer>
   <Integer Name="GevMACAddress"><Value>0x0011223344AA</Value></Integer>
@@ -33,117 +31,80 @@ const char* const kValues = R"(
   <Integer Name="DeclaredMac"><Value>0x0A0B0C0D0E0F</Value><Representation>MACAddress</Representation></Integer>
   <Integer Name="Hex"><Value>0xC0FFEE42</Value><Representation>HexNumber</Representation></Integer>
   <Integer Name="NegativeHex"><Value>-1</Value><Representation>HexNumber</Representation></Integer>
-  <Integer Name="Plain"><Value>-42</Value></Integer>
   <Integer Name="Big"><Value>9007199254740993</Value></Integer>
-  <IntReg Name="WriteOnly"><Address>0x10</Address><Length>4</Length><AccessMode>WO</AccessMode>
-    <pPort>Device</pPort><Sign>Unsigned</Sign><Endianess>LittleEndian</Endianess></IntReg>
+  <IntReg Name="WriteOnly"><Address>0x10</Address><Length>4</Length><AccessMode>WO</AccessMode><pPort>Device</pPort></IntReg>
   <Integer Name="Off"><Value>1</Value><pIsAvailable>Zero</pIsAvailable></Integer>
   <Integer Name="Zero"><Value>0</Value></Integer>
   <Boolean Name="Flag"><Value>1</Value></Boolean>
-  <Command Name="Go"><pValue>GoReg</pValue><CommandValue>1</CommandValue></Command>
-  <IntReg Name="GoReg"><Address>0x20</Address><Length>4</Length><AccessMode>RW</AccessMode>
-    <pPort>Device</pPort><Sign>Unsigned</Sign><Endianess>LittleEndian</Endianess></IntReg>
-  <StringReg Name="Text"><Address>0x40</Address><Length>16</Length><AccessMode>RW</AccessMode><pPort>Device</pPort></StringReg>
+  <Command Name="Go"><pValue>Zero</pValue><CommandValue>1</CommandValue></Command>
+  <String Name="Text"><Value>hello</Value></String>
   <Register Name="Block"><Address>0x80</Address><Length>8</Length><AccessMode>RW</AccessMode><pPort>Device</pPort></Register>
-  <Enumeration Name="Mode">
-    <EnumEntry Name="One"><DisplayName>The first</DisplayName><Value>1</Value></EnumEntry>
-    <EnumEntry Name="Two"><Value>2</Value></EnumEntry>
-    <pValue>ModeReg</pValue>
-  </Enumeration>
-  <IntReg Name="ModeReg"><Address>0x30</Address><Length>4</Length><AccessMode>RW</AccessMode>
-    <pPort>Device</pPort><Sign>Unsigned</Sign><Endianess>LittleEndian</Endianess></IntReg>
+  <Enumeration Name="Mode"><EnumEntry Name="One"><Value>1</Value></EnumEntry><EnumEntry Name="Two"><Value>2</Value>
+    </EnumEntry><pValue>ModeReg</pValue></Enumeration>
+  <IntReg Name="ModeReg"><Address>0x30</Address><Length>4</Length><AccessMode>RW</AccessMode><pPort>Device</pPort>
+    <Endianess>LittleEndian</Endianess></IntReg>
   <Integer Name="Before"><Value>7</Value></Integer>
   <IntSwissKnife Name="Broken"><Formula>(1 +</Formula></IntSwissKnife>
-  <Float Name="After"><Value>2.5</Value></Float>
-)";
-
-struct Rendering : ::testing::Test {
-    InlineMap map{kValues};
-    std::string Text(const char* name) { return RowText(name, map.node(name)); }
-};
+  <Float Name="After"><Value>2.5</Value></Float>)";
+    for (size_t i = 0; i < std::size(kFloats); ++i)
+        body += "<Float Name=\"F" + std::to_string(i) + "\"><Value>" + kFloats[i].first +
+                "</Value></Float>";
+    return body;
+}
 
 } // namespace
 
-TEST_F(Rendering, FloatDigitsFollowTheSignedValue) {
-    EXPECT_EQ(Text("F2_5"), "F2_5 \t 2.500");
-    EXPECT_EQ(Text("F1"), "F1 \t 1.000");
-    EXPECT_EQ(Text("F0"), "F0 \t 0.000");
-    EXPECT_EQ(Text("F0_001"), "F0_001 \t 0.001000");
-    // Below 0.001 the next threshold, 0.000001, applies: nine digits.
-    EXPECT_EQ(Text("F0_0005"), "F0_0005 \t 0.000500000");
-    EXPECT_EQ(Text("F5e6"), "F5e6 \t 0.000005000");
-    EXPECT_EQ(Text("F5e9"), "F5e9 \t 0.000000005000");
-    EXPECT_EQ(Text("F5e10"), "F5e10 \t 0.000000000500000");
-    // A negative value is below every threshold: fifteen digits.
-    EXPECT_EQ(Text("FNeg"), "FNeg \t -2.500000000000000");
-}
-
-TEST_F(Rendering, AddressFeaturesGoByNameWhateverTheirRepresentation) {
-    EXPECT_EQ(Text("GevCurrentIPAddress"), "GevCurrentIPAddress \t 192.168.0.1"); // declared Linear
-    EXPECT_EQ(Text("GevSCDA"), "GevSCDA \t 10.0.1.1");                           // declared HexNumber
-    EXPECT_EQ(Text("GevMACAddress"), "GevMACAddress \t 00-11-22-33-44-AA");      // declares nothing
-    // Other names follow the declared representation.
-    EXPECT_EQ(Text("DeclaredIp"), "DeclaredIp \t 1.2.3.4");
-    EXPECT_EQ(Text("DeclaredMac"), "DeclaredMac \t 0A-0B-0C-0D-0E-0F");
-}
-
-TEST_F(Rendering, IntegerNumbers) {
-    EXPECT_EQ(Text("Hex"), "Hex \t 0xC0FFEE42");
-    EXPECT_EQ(Text("NegativeHex"), "NegativeHex \t 0xFFFFFFFFFFFFFFFF");
-    EXPECT_EQ(Text("Plain"), "Plain \t -42");
-    EXPECT_EQ(Text("Big"), "Big \t 9007199254740993"); // no detour through double
-}
-
-TEST_F(Rendering, OtherTypesAndAccessModes) {
-    EXPECT_EQ(Text("WriteOnly"), "WriteOnly \t");
-    EXPECT_EQ(Text("Off"), "Off \t N/A");
-    EXPECT_EQ(Text("Flag"), "Flag \t");
-    EXPECT_EQ(Text("Go"), "Go \t Execute()");
-    {
-        GenApi::CStringPtr text(map.node("Text"));
-        text->SetValue("hello");
+TEST(ValueRendering, RowTextsByTypeRepresentationAndAccess) {
+    InlineMap map{Values()};
+    for (size_t i = 0; i < std::size(kFloats); ++i) {
+        const std::string name = "F" + std::to_string(i);
+        EXPECT_EQ(RowText(name, map.node(name.c_str())), name + " \t " + kFloats[i].second);
     }
-    EXPECT_EQ(Text("Text"), "Text \t hello");
-    EXPECT_EQ(Text("Block"), "Block \t ...");
-    GenApi::CIntegerPtr(map.node("ModeReg"))->SetValue(2);
-    EXPECT_EQ(Text("Mode"), "Mode \t Two");
-    EXPECT_EQ(Text("Values"), "Values"); // categories keep their label only
-    EXPECT_EQ(Text("EnumEntry_Mode_One"), "EnumEntry_Mode_One");
+    // Address features go by name whatever they declare; others by their representation.
+    // Without value: write-only, and a boolean (its check icon shows it).
+    // clang-format off
+    const std::pair<const char*, const char*> texts[] = {
+        {"GevCurrentIPAddress", " 192.168.0.1"}, {"GevSCDA", " 10.0.1.1"}, {"GevMACAddress", " 00-11-22-33-44-AA"},
+        {"DeclaredIp", " 1.2.3.4"}, {"DeclaredMac", " 0A-0B-0C-0D-0E-0F"}, {"Hex", " 0xC0FFEE42"},
+        {"NegativeHex", " 0xFFFFFFFFFFFFFFFF"}, {"Big", " 9007199254740993"}, {"Off", " N/A"},
+        {"Go", " Execute()"}, {"Text", " hello"}, {"Block", " ..."}, {"WriteOnly", ""}, {"Flag", ""}};
+    // clang-format on
+    for (auto [name, value] : texts)
+        EXPECT_EQ(RowText(name, map.node(name)), std::string(name) + " \t" + value);
+    for (const char* name : {"Values", "EnumEntry_Mode_One"}) // categories and the rest: the label
+        EXPECT_EQ(RowText(name, map.node(name)), name);
     EXPECT_THROW(RowText("x", nullptr), GenICam::LogicalErrorException);
 }
 
-TEST_F(Rendering, AFailingReadShowsErrorOnItsRowAlone) {
+// Node changes reaching the rows: the changed-node set and the 100 ms tick
+// that rewrites exactly the changed rows.
+TEST(ValueRendering, AWriteMarksEveryDependentRowAndTheTickRewritesExactlyThose) {
+    InlineMap map{R"(<Category Name="Root"><pFeature>Value</pFeature><pFeature>Twice</pFeature>
+      <pFeature>Other</pFeature></Category><Integer Name="Value"><Value>0</Value></Integer>
+      <IntSwissKnife Name="Twice"><pVariable Name="V">Value</pVariable><Formula>V*2</Formula></IntSwissKnife>
+      <Integer Name="Other"><Value>5</Value></Integer>)"};
     Browser browser;
     browser.model.Build({Entry(map.nodeMap())}, kGuru);
-    EXPECT_EQ(browser.tree.Print(), "Values\n  Before \t 7\n  Broken \t Error\n  After \t 2.500\n");
-    EXPECT_TRUE(browser.Row("Broken")->inError);
-    EXPECT_FALSE(browser.Row("Before")->inError);
-    EXPECT_FALSE(browser.Row("After")->inError);
-}
-
-TEST_F(Rendering, AnEnumerationOutsideItsEntriesIsAnErrorUntilTheDeviceRecovers) {
-    FeatureRow row;
-    row.label = "Mode";
-    row.node = map.node("Mode");
-    EXPECT_EQ(RenderRow(row), "Mode \t Error"); // register reads 0: no entry
-    EXPECT_TRUE(row.inError);
-    GenApi::CIntegerPtr(map.node("ModeReg"))->SetValue(1);
-    EXPECT_EQ(RenderRow(row), "Mode \t One");
-    EXPECT_FALSE(row.inError);
-}
-
-TEST(SimulatedCameraRows, DeviceValuesRender) {
-    qorvis::sim::ConnectedSimulatedCamera camera;
-    Browser browser;
-    browser.model.Build({Entry(camera.nodeMap())}, kGuru);
-    EXPECT_EQ(browser.Text("GevCurrentIPAddress"), "Current IP Address \t 192.168.0.1");
-    EXPECT_EQ(browser.Text("GevMACAddress"), "MAC Address \t 02-54-56-58-00-2A");
-    EXPECT_EQ(browser.Text("BlackLevel"), "Black Level \t -2.500000000000000");
-    EXPECT_EQ(browser.Text("SensorShutterMode"), "Sensor Shutter Mode \t Error");
-    EXPECT_TRUE(browser.Row("SensorShutterMode")->inError);
-    EXPECT_EQ(browser.Text("GevPrimaryApplicationSwitchoverKey"), "Primary Application Switchover Key \t");
-    EXPECT_EQ(browser.Text("TriggerSoftware"), "Trigger Software \t Execute()");
-    EXPECT_EQ(browser.Text("LUTValueAll"), "LUT Value All \t ...");
-    EXPECT_EQ(browser.Text("DeviceVendorName"), "Vendor Name \t Torvex");
-    EXPECT_EQ(browser.Text("SensorLinePeriod"), "Sensor Line Period \t 0.000004200");
+    for (const auto& row : browser.model.featureRows()) // so that a rewrite shows
+        browser.tree.SetItemText(row.treeItem, "stale");
+    GenApi::CIntegerPtr value(map.node("Value"));
+    value->SetValue(21);
+    value->SetValue(22);
+    EXPECT_EQ(browser.changes.Snapshot(),
+              (std::set<GenApi::INode*>{map.node("Value"), map.node("Twice")}));
+    EXPECT_EQ(browser.timer.starts, 1);
+    EXPECT_EQ(browser.timer.lastInterval, 100);
+    QappControl(Q_DEFAULT_APPLICATION, Q_ERROR_PRINT, Q_PRINT_ENABLE);
+    browser.changes.Tick(browser.model);
+    EXPECT_EQ(browser.Text("Value") + "|" + browser.Text("Twice") + "|" + browser.Text("Other"),
+              "Value \t 22|Twice \t 44|stale");
+    EXPECT_TRUE(browser.changes.Snapshot().empty());
+    QOR_INT printing = -1; // the tick leaves the library's error printing as it found it
+    QappInquire(Q_DEFAULT_APPLICATION, Q_ERROR_PRINT, &printing);
+    EXPECT_EQ(printing, Q_PRINT_ENABLE);
+    // While the rows are rebuilt, changes are ignored.
+    browser.changes.Tick(browser.model);
+    browser.changes.SetBusy(true);
+    value->SetValue(4);
+    EXPECT_TRUE(browser.changes.Snapshot().empty());
 }

@@ -1,100 +1,16 @@
-// The browser window over the simulated camera as a user drives it: polling
-// live values, a file round trip through the file access dialog, resizing and
-// scrolling the tree, and the placement and level kept between sessions.
-#include <gtest/gtest.h>
+// The browser window as a user drives it: polling, a file round trip through
+// the file access dialog, scrolling, placement and level between sessions.
 
-#include <QApplication>
-#include <QCheckBox>
-#include <QComboBox>
-#include <QFileDialog>
-#include <QHeaderView>
-#include <QMessageBox>
-#include <QProgressBar>
-#include <QPushButton>
-#include <QScrollBar>
-#include <QTemporaryDir>
-#include <QTimer>
-
-#include <chrono>
-#include <fstream>
-#include <functional>
-#include <iterator>
-#include <string>
-#include <thread>
-#include <vector>
-
-#include "GenApi/GenApi.h"
-#include "browser/tessel_window.h"
 #include "controls/column_tree_layout.h"
-#include "controls/column_tree_widget.h"
 #include "gui_support.h"
 #include "inspect/file_access_window.h"
-#include "sim/sim_camera.h"
 
 using namespace quillon::browser;
 using namespace std::chrono_literals;
+using quillon_gui_test::CameraWindow;
+using quillon_gui_test::WaitFor;
 
 namespace {
-
-// Processes events until `done` holds or `limit` has passed; answers `done`.
-bool WaitFor(const std::function<bool()>& done, std::chrono::milliseconds limit) {
-    const auto end = std::chrono::steady_clock::now() + limit;
-    while (!done()) {
-        if (std::chrono::steady_clock::now() >= end) return false;
-        QApplication::processEvents();
-        std::this_thread::sleep_for(5ms);
-    }
-    return true;
-}
-
-// The window over a simulated camera, with its settings in `store`.
-struct Browser {
-    qorvis::sim::ConnectedSimulatedCamera camera;
-    CTessel window;
-    explicit Browser(MemorySettingsStore& store)
-        : window(BrowserSetup{{quillon_gui_test::EntryOf(camera.nodeMap())}, 0, {}, false},
-                 &store) {}
-    TreeItem Feature(const char* name) { return quillon_gui_test::FeatureItem(window, name); }
-    TreeItem Labelled(const char* label) {
-        return quillon_gui_test::ItemWhere(
-            window, [label](const FeatureRow& r) { return r.label == label; });
-    }
-    std::string Text(TreeItem item) { return window.tree().ItemText(item); }
-    int ValueColumnWidth() { return window.tree().findChild<QHeaderView*>()->sectionSize(1); }
-};
-
-TEST(TesselScenarios, PollingUpdatesLiveRowsUntilUnchecked) {
-    MemorySettingsStore store;
-    Browser b(store);
-    b.window.show();
-    const TreeItem temperature = b.Feature("DeviceTemperature");
-    const TreeItem uptime = b.Feature("DeviceUptime");
-    ASSERT_NE(temperature, kTopLevel);
-    ASSERT_NE(uptime, kTopLevel);
-    const std::string before = b.Text(temperature);
-    const std::string uptimeBefore = b.Text(uptime);
-
-    // The sensor warms up by several hundredths of a degree a second in its
-    // first minute; the row is polled every second and redrawn on a 100 ms tick.
-    b.window.pollingCheck().click();
-    ASSERT_TRUE(b.window.pollingCheck().isChecked());
-    EXPECT_TRUE(WaitFor([&] { return b.Text(temperature) != before; }, 2000ms)) << before;
-    EXPECT_TRUE(WaitFor([&] { return b.Text(uptime) != uptimeBefore; }, 2500ms)) << uptimeBefore;
-
-    // Unchecked: the tick already under way may still land, then nothing moves,
-    // although uptime would have advanced within this time.
-    b.window.pollingCheck().click();
-    ASSERT_FALSE(b.window.pollingCheck().isChecked());
-    WaitFor([] { return false; }, 300ms);
-    const std::string stoppedTemperature = b.Text(temperature);
-    const std::string stoppedUptime = b.Text(uptime);
-    EXPECT_FALSE(WaitFor(
-        [&] {
-            return b.Text(temperature) != stoppedTemperature || b.Text(uptime) != stoppedUptime;
-        },
-        1500ms))
-        << b.Text(temperature) << " / " << b.Text(uptime);
-}
 
 // Answers the Qt file dialogs and message boxes the file access dialog opens:
 // every file dialog chooses `path`, every message box is read and confirmed.
@@ -129,176 +45,163 @@ struct DialogAnswerer {
     }
 };
 
-std::vector<uint8_t> ReadLocal(const std::string& path) {
-    std::ifstream in(path, std::ios::binary);
-    return {std::istreambuf_iterator<char>(in), std::istreambuf_iterator<char>()};
+} // namespace
+
+TEST(TesselScenarios, PollingUpdatesLiveRowsUntilUnchecked) {
+    CameraWindow w;
+    w.window.show();
+    const TreeItem temperature = w.Feature("DeviceTemperature"), uptime = w.Feature("DeviceUptime");
+    const std::string before = w.Value(temperature), uptimeBefore = w.Value(uptime);
+    // The sensor warms up by hundredths of a degree a second in its first
+    // minute; the rows are polled every second and redrawn on a 100 ms tick.
+    w.window.pollingCheck().click();
+    EXPECT_TRUE(WaitFor(
+        [&] { return w.Value(temperature) != before && w.Value(uptime) != uptimeBefore; }, 2500ms));
+    // Unchecked: the tick already under way may still land, then nothing moves.
+    w.window.pollingCheck().click();
+    WaitFor([] { return false; }, 300ms);
+    const std::string stopped = w.Value(temperature) + w.Value(uptime);
+    EXPECT_FALSE(
+        WaitFor([&] { return w.Value(temperature) + w.Value(uptime) != stopped; }, 1500ms));
 }
 
-TEST(TesselScenarios, FileRoundTripThroughTheFileAccessDialog) {
-    MemorySettingsStore store;
-    Browser b(store);
-    b.window.show();
-    const TreeItem category = quillon_gui_test::ItemWhere(
-        b.window, [](const FeatureRow& r) { return r.isFileAccessCategory; });
-    ASSERT_NE(category, kTopLevel);
-    ASSERT_TRUE(b.window.OpenFileAccess(category));
-    quillon::inspect::FileAccessWindow* dialog = b.window.fileAccessWindow();
-    ASSERT_NE(dialog, nullptr);
-    const int userSet2 = dialog->fileCombo().findText(QStringLiteral("UserSet2"));
-    ASSERT_GE(userSet2, 0);
-    dialog->fileCombo().setCurrentIndex(userSet2);
-
-    // More than two transfer chunks, the last one partial.
-    std::vector<uint8_t> content(5000);
+TEST(TesselScenarios, AFileRoundTripThroughTheFileAccessDialog) {
+    CameraWindow w;
+    w.window.resize(600, 700);
+    w.window.show();
+    // A double click on another category only opens or closes it; on the file
+    // access category it opens the dialog.
+    auto& tree = w.window.tree();
+    for (const char* label : {"Device Control", "File Access Control\tFile Access Control..."}) {
+        EXPECT_EQ(w.window.fileAccessWindow(), nullptr);
+        const TreeItem item = quillon_gui_test::LabelledItem(w.window, label);
+        tree.SelectItem(item); // scrolls it into view
+        const QPointF at = tree.ItemRect(item).center();
+        QMouseEvent click(QEvent::MouseButtonDblClick, at, tree.viewport()->mapToGlobal(at),
+                          Qt::LeftButton, Qt::LeftButton, Qt::NoModifier);
+        QApplication::sendEvent(tree.viewport(), &click);
+    }
+    quillon::inspect::FileAccessWindow* dialog = w.window.fileAccessWindow();
+    ASSERT_TRUE(dialog && dialog->isVisible());
+    EXPECT_EQ(dialog->windowTitle().toStdString() + "|" +
+                  dialog->uploadButton().text().toStdString() + "|" +
+                  dialog->downloadButton().text().toStdString(),
+              "File Access Control|Upload to Camera|Download from Camera");
+    // The read-only log offers no upload; the description follows the choice.
+    ASSERT_EQ(dialog->fileCombo().count(), 4);
+    dialog->fileCombo().setCurrentIndex(3);
+    EXPECT_TRUE(!dialog->uploadButton().isEnabled() && dialog->downloadButton().isEnabled());
+    for (int index : {0, 1}) {
+        dialog->fileCombo().setCurrentIndex(index);
+        EXPECT_EQ(
+            dialog->description().text().toStdString(),
+            std::string(
+                dialog->session().Files()[static_cast<size_t>(index)].entry->GetDescription()));
+    }
+    // UserSet2 up and down again: more than two transfer chunks, the last one partial.
+    std::vector<char> content(5000);
     for (size_t i = 0; i < content.size(); ++i)
-        content[i] = static_cast<uint8_t>((i * 131 + 7) % 251);
+        content[i] = static_cast<char>((i * 131 + 7) % 251);
     QTemporaryDir dir;
-    ASSERT_TRUE(dir.isValid());
-    const std::string local = dir.filePath(QStringLiteral("upload.bin")).toStdString();
-    std::ofstream(local, std::ios::binary)
-        .write(reinterpret_cast<const char*>(content.data()),
-               static_cast<std::streamsize>(content.size()));
-
     DialogAnswerer answers;
-    answers.path = local;
-    ASSERT_TRUE(dialog->uploadButton().isEnabled());
+    answers.path = dir.filePath(QStringLiteral("upload.bin")).toStdString();
+    std::ofstream(answers.path, std::ios::binary)
+        .write(content.data(), static_cast<std::streamsize>(content.size()));
     dialog->uploadButton().click(); // returns once the file dialog is answered
     dialog->session().WaitForTransfer();
     ASSERT_TRUE(WaitFor([&] { return !answers.messages.empty(); }, 5000ms));
-    EXPECT_EQ(answers.messages.front(), "Success: " + local + " uploaded successfully.");
-    EXPECT_EQ(b.camera.device.fileContents("UserSet2"), content);
-    EXPECT_FALSE(b.camera.device.fileIsOpen("UserSet2"));
-
-    // And back from the device into another file.
+    EXPECT_EQ(answers.messages.back(), "Success: " + answers.path + " uploaded successfully.");
+    EXPECT_EQ(w.camera.device.fileContents("UserSet2"),
+              std::vector<uint8_t>(content.begin(), content.end()));
     answers.path = dir.filePath(QStringLiteral("download.bin")).toStdString();
     ASSERT_TRUE(WaitFor([&] { return dialog->downloadButton().isEnabled(); }, 1000ms));
     dialog->downloadButton().click();
     dialog->session().WaitForTransfer();
     ASSERT_TRUE(WaitFor([&] { return answers.messages.size() == 2; }, 5000ms));
     EXPECT_EQ(answers.messages.back(), "Success: " + answers.path + " downloaded successfully.");
-    EXPECT_EQ(ReadLocal(answers.path), content);
+    std::ifstream in(answers.path, std::ios::binary);
+    EXPECT_EQ(std::vector<char>(std::istreambuf_iterator<char>(in), {}), content);
     EXPECT_EQ(answers.modes, (std::vector{QFileDialog::AcceptOpen, QFileDialog::AcceptSave}));
+    EXPECT_EQ(dialog->progressBar().maximum(), 5000);
     EXPECT_TRUE(dialog->progressBar().isHidden());
 }
 
 TEST(TesselScenarios, ResizingAndScrollingTheTree) {
-    MemorySettingsStore store;
-    store.Write(kSettingsKey, kWidth, 900);
-    store.Write(kSettingsKey, kHeight, 400);
-    store.Write(kSettingsKey, kSlidderPos, 200);
-    Browser b(store);
-    b.window.show();
-    auto& tree = b.window.tree();
-    ASSERT_EQ(tree.NameColumnWidth(), 200);
-
-    // Narrower than the name column plus what the value column keeps.
-    b.window.resize(300, 400);
-    ASSERT_TRUE(WaitFor(
-        [&] { return tree.viewport()->width() < 200 + quillon::controls::kMinLastColumnWidth; },
-        1000ms));
-    EXPECT_GE(b.ValueColumnWidth(), quillon::controls::kMinLastColumnWidth);
-    EXPECT_EQ(tree.NameColumnWidth(), 200);
-
-    // Both columns, and at least 300 pixels past the name column, are reachable.
-    QScrollBar& h = *tree.horizontalScrollBar();
-    EXPECT_EQ(h.minimum(), 0);
-    EXPECT_GE(h.maximum() + tree.viewport()->width(),
-              tree.NameColumnWidth() + quillon::controls::kTreeColumnReach);
-    EXPECT_GE(h.maximum() + tree.viewport()->width(),
-              tree.NameColumnWidth() + b.ValueColumnWidth() - 1);
+    CameraWindow w;
+    w.store.Write(kSettingsKey, kSlidderPos, 200);
+    CTessel window(BrowserSetup{{quillon_gui_test::EntryOf(w.camera.nodeMap())}, 0, {}, false},
+                   &w.store);
+    window.show();
+    auto& tree = window.tree();
     const QHeaderView& header = *tree.findChild<QHeaderView*>();
+    // Narrower than the name column plus what the value column keeps: both
+    // columns, and 300 pixels past the name column, are reached by scrolling.
+    window.resize(300, 400);
+    ASSERT_TRUE(WaitFor([&] { return tree.viewport()->width() < 200 + 300; }, 1000ms));
+    EXPECT_EQ(tree.NameColumnWidth(), 200);
+    EXPECT_GE(header.sectionSize(1), quillon::controls::kMinLastColumnWidth);
+    QScrollBar& h = *tree.horizontalScrollBar();
+    EXPECT_GE(h.maximum() + tree.viewport()->width(), 200 + header.sectionSize(1) - 1);
     h.triggerAction(QAbstractSlider::SliderToMaximum);
     EXPECT_GT(h.value(), 0);
     EXPECT_EQ(header.offset(), h.value()) << "the header scrolls with the rows";
     h.setValue(10);
     h.triggerAction(QAbstractSlider::SliderSingleStepSub); // one 15-pixel line from 10
-    EXPECT_EQ(h.value(), 0);
     EXPECT_EQ(header.offset(), 0);
-
-    // Vertical scrolling moves the first visible row, the rows' rectangles
-    // and what lies under a point together.
-    const std::vector<TreeItem> top = tree.VisibleItemsFromFirst();
-    QScrollBar& v = *tree.verticalScrollBar();
-    ASSERT_GT(v.maximum(), 3) << "the tree is taller than the window";
-    const TreeItem fourth = top[3];
-    const QRect before = tree.ItemRect(fourth);
-    EXPECT_EQ(before.top(), 3 * tree.RowPixels());
-    v.setValue(3);
-    const std::vector<TreeItem> scrolled = tree.VisibleItemsFromFirst();
-    EXPECT_EQ(scrolled, std::vector<TreeItem>(top.begin() + 3, top.end()));
-    EXPECT_EQ(tree.ItemRect(fourth), before.translated(0, -3 * tree.RowPixels()));
-    EXPECT_EQ(tree.ItemAt(tree.ItemRect(scrolled[2]).center()), scrolled[2]);
-    EXPECT_TRUE(tree.ItemRect(top[0]).bottom() < 0) << "a row scrolled off lies above the viewport";
-}
-
-void Fill(MemorySettingsStore& store, int32_t x, int32_t y, int32_t width, int32_t height,
-          int32_t name, int32_t level) {
-    store.Write(kSettingsKey, kPosX, x);
-    store.Write(kSettingsKey, kPosY, y);
-    store.Write(kSettingsKey, kWidth, width);
-    store.Write(kSettingsKey, kHeight, height);
-    store.Write(kSettingsKey, kSlidderPos, name);
-    store.Write(kSettingsKey, kUserLevel, level);
 }
 
 TEST(TesselScenarios, PlacementColumnsAndLevelComeBackFromTheSettings) {
-    {
+    CameraWindow w; // never placed: where the system puts a window
+    const auto open = [&](MemorySettingsStore& store) {
+        return std::make_unique<CTessel>(
+            BrowserSetup{{quillon_gui_test::EntryOf(w.camera.nodeMap())}, 0, {}, false}, &store);
+    };
+    struct Row {
+        int32_t x, y, width, height, name, level;
+        QRect geometry;
+        int nameColumn; // -1: the client width less the margin
+    };
+    // A negative position is not applied, nor a size too small; a name column
+    // wider than the tree leaves the margin.
+    for (const Row& row :
+         {Row{40, 60, 700, 500, 150, kStandard, {40, 60, 700, 500}, 150},
+          Row{-5, 20, 640, 480, 5000, kGuru, {w.window.pos(), QSize(640, 480)}, -1},
+          Row{10, 10, 80, 480, 150, kAdvanced, {10, 10, kDefaultWidth, kDefaultHeight}, 150}}) {
         MemorySettingsStore store;
-        Fill(store, 40, 60, 700, 500, 150, kStandard);
-        Browser b(store);
-        EXPECT_EQ(b.window.pos(), QPoint(40, 60));
-        EXPECT_EQ(b.window.size(), QSize(700, 500));
-        EXPECT_EQ(b.window.tree().NameColumnWidth(), 150);
-        EXPECT_EQ(b.window.levelCombo().currentIndex(), 0);
-        EXPECT_EQ(b.window.session().userLevel(), kStandard);
-        EXPECT_EQ(b.Labelled("LUT Control"), kTopLevel)
-            << "an Expert category is not shown at Standard";
-        EXPECT_NE(b.Feature("Width"), kTopLevel);
+        const int32_t values[] = {row.x, row.y, row.width, row.height, row.name, row.level};
+        for (int i = 0; const char* key : {kPosX, kPosY, kWidth, kHeight, kSlidderPos, kUserLevel})
+            store.Write(kSettingsKey, key, values[i++]);
+        const auto window = open(store);
+        EXPECT_EQ(window->geometry(), row.geometry) << row.x;
+        EXPECT_EQ(window->tree().NameColumnWidth(),
+                  row.nameColumn < 0 ? window->TreeClientWidth() - kColumnMargin : row.nameColumn);
+        EXPECT_EQ(window->levelCombo().currentIndex(), row.level);
+        EXPECT_EQ(window->session().userLevel(), row.level);
+        EXPECT_EQ(quillon_gui_test::LabelledItem(*window, "LUT Control") != kTopLevel,
+                  row.level != kStandard);
     }
-    MemorySettingsStore unplaced;
-    const QPoint systemPlace = Browser(unplaced).window.pos();
-    {
-        // A name column wider than the tree leaves 20 pixels of the client
-        // width; a negative position is not applied.
-        MemorySettingsStore store;
-        Fill(store, -5, 20, 640, 480, 5000, kGuru);
-        Browser b(store);
-        EXPECT_EQ(b.window.pos(), systemPlace);
-        EXPECT_EQ(b.window.size(), QSize(640, 480));
-        EXPECT_EQ(b.window.tree().NameColumnWidth(), b.window.TreeClientWidth() - kColumnMargin);
-        EXPECT_NE(b.Labelled("LUT Control"), kTopLevel);
-    }
-    {
-        MemorySettingsStore store;
-        Fill(store, 10, 10, 80, 480, 150, kGuru);
-        Browser b(store);
-        EXPECT_EQ(b.window.size(), QSize(kDefaultWidth, kDefaultHeight));
-    }
-
     // Closing saves where the user left the window; the next one opens there.
     MemorySettingsStore store;
     {
-        Browser b(store);
-        b.window.show();
-        b.window.move(70, 90);
-        b.window.resize(610, 560);
-        b.window.tree().SetColumnWidths(230, 360);
-        b.window.levelCombo().setCurrentIndex(1);
-        EXPECT_EQ(b.window.session().userLevel(), kAdvanced);
+        const auto window = open(store);
+        window->show();
+        window->move(70, 90);
+        window->resize(610, 560);
+        window->tree().SetColumnWidths(230, 360);
+        window->levelCombo().setCurrentIndex(1);
         WaitFor([] { return false; }, 50ms); // let the window manager apply the geometry
-        b.window.close();
+        window->close();
     }
-    EXPECT_EQ(store.Read(kSettingsKey, kPosX), 70);
-    EXPECT_EQ(store.Read(kSettingsKey, kPosY), 90);
-    EXPECT_EQ(store.Read(kSettingsKey, kWidth), 610);
-    EXPECT_EQ(store.Read(kSettingsKey, kHeight), 560);
-    EXPECT_EQ(store.Read(kSettingsKey, kSlidderPos), 230);
-    EXPECT_EQ(store.Read(kSettingsKey, kUserLevel), kAdvanced);
+    // clang-format off
+    const std::pair<const char*, int> kept[] = {
+        {kPosX, 70}, {kPosY, 90}, {kWidth, 610}, {kHeight, 560}, {kSlidderPos, 230},
+        {kUserLevel, kAdvanced}};
+    // clang-format on
+    for (auto [name, value] : kept)
+        EXPECT_EQ(store.Read(kSettingsKey, name), value) << name;
     EXPECT_FALSE(store.Has(kSeparateSettingsKey, kWidth));
-    Browser again(store);
-    EXPECT_EQ(again.window.geometry(), QRect(70, 90, 610, 560));
-    EXPECT_EQ(again.window.tree().NameColumnWidth(), 230);
-    EXPECT_EQ(again.window.levelCombo().currentIndex(), 1);
+    const auto again = open(store);
+    EXPECT_EQ(again->geometry(), QRect(70, 90, 610, 560));
+    EXPECT_EQ(again->tree().NameColumnWidth(), 230);
+    EXPECT_EQ(again->levelCombo().currentIndex(), 1);
 }
-
-} // namespace
