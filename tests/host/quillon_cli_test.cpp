@@ -10,6 +10,8 @@
 #include <iterator>
 #include <string>
 #include <sys/wait.h>
+#include <utility>
+#include <vector>
 
 namespace {
 
@@ -139,6 +141,32 @@ TEST(QuillonCommand, FeatureSetsAndFileTransfers) {
         {"download UserSet1 " + d + "/none/copy.bin", 2,
          "quillon: Cannot create " + d + "/none/copy.bin.part: No such file or directory\n"},
     });
+}
+
+// Descriptions come through the node-map cache, in the folder the environment
+// names or else the user's; a file rewritten with its old size and time is
+// read anew.
+TEST(QuillonCommand, CachesDescriptionsWhereTheEnvironmentSaysAndNeverServesStale) {
+    TempDir dir;
+    const std::string xml = dir.path + "/camera.xml", tree = "tree --xml " + xml;
+    fs::copy_file(QUILLON_SOURCE_DIR "/data/QseqControl.xml", xml);
+    const std::string parsed = Quillon(tree, "-u GENICAM_CACHE_V3_4 HOME=/nonexistent").out;
+    ASSERT_TRUE(Has(parsed, "Sequence Control\n")) << parsed;
+    const std::string& d = dir.path;
+    for (const auto& [environment, folder] : std::vector<std::pair<std::string, std::string>>{
+             {"GENICAM_CACHE_V3_4=" + d + "/named", d + "/named"},
+             {"-u GENICAM_CACHE_V3_4 XDG_CACHE_HOME=" + d + "/xdg", d + "/xdg/quillon"},
+             {"-u GENICAM_CACHE_V3_4 -u XDG_CACHE_HOME HOME=" + d, d + "/.cache/quillon"}}) {
+        EXPECT_EQ(Quillon(tree, environment).out, parsed) << environment;
+        EXPECT_EQ(Quillon(tree, environment).out, parsed) << environment << " (cached)";
+        EXPECT_TRUE(fs::exists(folder) && !fs::is_empty(folder)) << folder;
+    }
+    std::string text = ReadText(xml);
+    const auto modified = fs::last_write_time(xml);
+    text.replace(text.find("Sequence Control"), 16, "Sequence Central");
+    std::ofstream(xml, std::ios::trunc) << text;
+    fs::last_write_time(xml, modified);
+    EXPECT_TRUE(Has(Quillon(tree, "GENICAM_CACHE_V3_4=" + d + "/named").out, "Sequence Central\n"));
 }
 
 #ifdef QUILLON_HAVE_GUI
