@@ -5,7 +5,10 @@
 
 #include <gtest/gtest.h>
 
+#include <algorithm>
 #include <cstdio>
+#include <iomanip>
+#include <sstream>
 #include <string>
 #include <type_traits>
 #include <vector>
@@ -43,36 +46,27 @@ template <class F> void answer(std::string& text, F&& read) {
     text += '|';
 }
 
+// Numbers as text; doubles to the last digit.
 template <class T> std::string num(T v) {
-    char text[32];
-    if constexpr (std::is_floating_point_v<T>)
-        std::snprintf(text, sizeof text, "%.17g", v);
-    else
-        std::snprintf(text, sizeof text, "%lld", static_cast<long long>(v));
-    return text;
+    std::ostringstream text;
+    text << std::setprecision(17) << +v;
+    return text.str();
 }
 
-inline std::string names(const NodeList_t& nodes) {
+inline INode* asNode(INode* n) {
+    return n;
+}
+inline INode* asNode(IValue* v) {
+    return v->GetNode();
+}
+template <class List> std::string names(const List& list) {
     std::string text;
-    for (INode* n : nodes)
-        text += (text.empty() ? "" : ",") + std::string(n->GetName());
+    for (auto* x : list)
+        text += (text.empty() ? "" : ",") + std::string(asNode(x)->GetName());
     return text;
-}
-
-inline std::string names(const FeatureList_t& features) {
-    NodeList_t nodes;
-    for (IValue* f : features)
-        nodes.push_back(f->GetNode());
-    return names(nodes);
 }
 
 const char* const kModes[] = {"NI", "NA", "WO", "RO", "RW"};
-inline EAccessMode mode(const std::string& text) {
-    for (int m = NI; m <= RW; ++m)
-        if (text == kModes[m]) return static_cast<EAccessMode>(m);
-    ADD_FAILURE() << "no access mode " << text;
-    return NI;
-}
 
 // One fact of a node as text, by the name scenarios use for it.
 inline std::string fact(INode* n, const std::string& f) {
@@ -191,7 +185,9 @@ private:
             if (what == "execute()") return CCommandPtr(n)->Execute(), "";
             if (what == "invalidate()") return n->InvalidateNode(), "";
             if (what.rfind("impose(", 0) == 0)
-                return n->ImposeAccessMode(mode(what.substr(7, 2))), "";
+                return n->ImposeAccessMode(static_cast<EAccessMode>(
+                           std::find(kModes, kModes + 5, what.substr(7, 2)) - kModes)),
+                       "";
             if (s[op] != '?') return CValuePtr(n)->FromString(value.c_str(), s[op] == '='), "";
             return fact(n, what);
         };
@@ -208,20 +204,14 @@ private:
     // returns them as hex.
     std::string bytes(int64_t address, char op, const std::string& hex) {
         std::vector<uint8_t> b(hex.size() / 2);
-        if (op == '=') {
-            for (size_t i = 0; i < b.size(); ++i)
-                b[i] = static_cast<uint8_t>(std::stoi(hex.substr(2 * i, 2), nullptr, 16));
-            port.Write(b.data(), address, static_cast<int64_t>(b.size()));
-            return {};
-        }
+        for (size_t i = 0; op == '=' && i < b.size(); ++i)
+            b[i] = static_cast<uint8_t>(std::stoi(hex.substr(2 * i, 2), nullptr, 16));
+        if (op == '=') return port.Write(b.data(), address, static_cast<int64_t>(b.size())), "";
         port.Read(b.data(), address, static_cast<int64_t>(b.size()));
-        std::string text;
-        for (uint8_t x : b) {
-            char two[3];
-            std::snprintf(two, sizeof two, "%02X", x);
-            text += two;
-        }
-        return text;
+        std::string text(2 * b.size() + 1, '\0');
+        for (size_t i = 0; i < b.size(); ++i)
+            std::snprintf(&text[2 * i], 3, "%02X", b[i]);
+        return text.substr(0, 2 * b.size());
     }
 };
 
@@ -264,6 +254,7 @@ inline std::string NodeAnswers(INode* n) {
     if (CRegisterPtr r = n)
         answer(t, [&] { return num(r->GetAddress()) + "+" + num(r->GetLength()); });
     if (CStringPtr str = n) answer(t, [&] { return num(str->GetMaxLength()); });
+    if (CCommandPtr c = n) answer(t, [&] { return num(c->IsDone()); });
     if (CCategoryPtr c = n) answer(t, [&] { return fact(n, "features"); });
     return t;
 }

@@ -111,6 +111,8 @@ TEST(ValueNodes, IntegersInheritCopyAndIndexTheirValues) {
     )");
 }
 
+// Floats check limits and increments, show their notation, and take their
+// values by index as integers do.
 TEST(ValueNodes, FloatsCheckLimitsAndIncrementsAndShowTheirNotation) {
     Device("integer_float.xml").play(R"(
         Gain?1.50 Gain.min?0 Gain.max?10 Gain.unit?dB Gain=10.5!OutOfRange Gain=-0.1!OutOfRange
@@ -120,6 +122,10 @@ TEST(ValueNodes, FloatsCheckLimitsAndIncrementsAndShowTheirNotation) {
         @0x4100=2A00 Count?42 Count.min?0 Count.max?65535 Count.unit?counts Count=7 @0x4100?0700
         Count=70000!OutOfRange @0x4100?0700
     )");
+    Device("rare_fields.xml")
+        .play(R"(ChannelGain.f?1.25 Channel=Green ChannelGain.f?2.5 ChannelGain=5
+        GreenGain.f?5 Channel=Blue ChannelGain.f?3.75 ChannelGain=4.5 BlueGain.f?4.5 Channel=Red
+        ChannelGain=1.5 ChannelGain.f?1.5 ChannelOffset?10 Channel=Green ChannelOffset?20)");
 }
 
 // A boolean maps OnValue and OffValue; a command is done once the device
@@ -181,6 +187,7 @@ TEST(ValueNodes, ConvertersMapBothWaysAndDeriveTheirLimits) {
         NegatedUnbounded.min?-9223372036854775807 NegatedUnbounded.max?9223372036854775807
         NegatedUnbounded=-7 Unbounded?7 WideLessTen.min?-9223372036854775808
         WideLessTen.max?9223372036854775797 WideLessTen=9223372036854775797 Wide?9223372036854775807
+        DividedWide.min?-9223372036854775807 DividedWide.max?9223372036854775807
         LevelPlusFive.min?5 LevelPlusFive.max?55 LevelPlusFive=55 Level?50 LevelPlusFive?55
     )");
 }
@@ -206,7 +213,7 @@ TEST(ValueNodes, ConfigurationRomAndIidcNodes) {
     d.play(R"(
         @0x400=0404ABCD313339342000A000000814AB0000000100031234030814AB81000003
         @0x420=0C0083C0171234560004CCCC000000000000000041636D652043616D58585858
-        VendorId?529579 NodeCapabilities?33728 AbsentKey?! VendorText?'Acme Cam' VendorId.mode?RO
+        VendorId?529579 NodeCapabilities?33728 AbsentKey?! LastKey?! LastKeyText?! VendorText?'Acme Cam' VendorId.mode?RO
         VendorText.mode?RO VendorId=1!Access VendorText=Other!Access VendorId.min?0
         VendorId.max?16777215 ConfigRom.address?1024 ConfigRom.length?64
         @0x418=03000042 *.invalidate() VendorId?66
@@ -218,7 +225,7 @@ TEST(ValueNodes, ConfigurationRomAndIidcNodes) {
         FeatureLock.feature?1 AbsentKey.feature?0
     )");
     // Groups hold nodes and are none.
-    EXPECT_EQ(d.map._Ptr()->GetNumNodes(), 11u);
+    EXPECT_EQ(d.map._Ptr()->GetNumNodes(), 13u);
     EXPECT_EQ(d.map._GetNode("Configuration ROM"), nullptr);
 }
 

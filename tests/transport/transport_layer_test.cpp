@@ -131,8 +131,7 @@ TEST(TransportLayer, FailuresAreAccessExceptionsAndTheLibraryStateComesBack) {
     QOR_INT print = -1, exception = -1;
     QappInquire(Q_DEFAULT_APPLICATION, Q_ERROR_PRINT, &print);
     QappInquire(Q_DEFAULT_APPLICATION, Q_ERROR_EXCEPTION, &exception);
-    EXPECT_EQ(print, Q_PRINT_ENABLE);
-    EXPECT_EQ(exception, 3);
+    EXPECT_EQ(std::pair(print, exception), std::pair(QOR_INT{Q_PRINT_ENABLE}, QOR_INT{3}));
     EXPECT_EQ(QappGetError(Q_DEFAULT_APPLICATION, Q_CURRENT, nullptr), 0)
         << "the caller's error state is back";
     QappControl(Q_DEFAULT_APPLICATION, Q_ERROR_EXCEPTION, 0);
