@@ -144,20 +144,12 @@ struct Device {
     //   Name.execute() Name.invalidate() Name.impose(RO) *.invalidate() *.poll(ms)
     //   @0x10=0A0B     device bytes written; @0x10?0A0B device bytes expected
     // A step ending in !Kind must raise a GenICam exception of that kind
-    // (!OutOfRange, !Access, ...; a bare ! any kind). 'Quotes' hold spaces.
+    // (!OutOfRange, !Access, ...; a bare ! any kind). 'A step' may hold spaces.
     void play(const std::string& script) {
-        std::vector<std::string> steps(1);
-        bool quoted = false;
-        for (char c : script) {
-            if (c == '\'')
-                quoted = !quoted;
-            else if (quoted || !std::isspace(static_cast<unsigned char>(c)))
-                steps.back() += c;
-            else if (!steps.back().empty())
-                steps.emplace_back();
-        }
-        for (size_t i = 0; i < steps.size(); ++i)
-            if (!steps[i].empty()) step(steps[i], i + 1);
+        std::istringstream in(script);
+        size_t number = 0;
+        for (std::string step; in >> std::quoted(step, '\'');)
+            this->step(step, ++number);
     }
 
 private:

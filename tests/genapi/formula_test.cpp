@@ -137,7 +137,8 @@ TEST(FormulaResults, ArithmeticPowersAndWrapAround) {
 }
 
 // Shifts are arithmetic; counts of 64 or more shift every bit out, negative
-// counts shift the other way.
+// counts shift the other way. Double operands of bit operations are
+// truncated toward zero and wrap modulo 2^64.
 TEST(FormulaResults, ShiftsAndBitOperations) {
     checkCases(R"(
         1<<4 => 16 16; 1+2<<3 => 24 24; 1<<2+3 => 32 32; 256>>4 => 16 16; -16>>2 => -4 -4;
@@ -152,9 +153,7 @@ TEST(FormulaResults, ShiftsAndBitOperations) {
     )");
 }
 
-// Double operands of bit operations are truncated toward zero and wrap
-// modulo 2^64; mixed branches make a whole conditional a double in Integer
-// mode.
+// Mixed branches make a whole conditional a double in Integer mode.
 TEST(FormulaResults, ComparisonsLogicAndConditionals) {
     checkCases(R"(
         2<3 => 1 1; 3<2 => 0 0; 2>3 => 0 0; 3>2 => 1 1; 2<=2 => 1 1; 3<=2 => 0 0; 3>=4 => 0 0;

@@ -3,14 +3,11 @@
 // damaged cache file is noticed and the description parsed again.
 #include <gtest/gtest.h>
 
-#include <algorithm>
 #include <cstdlib>
 #include <filesystem>
 #include <fstream>
 #include <map>
 #include <memory>
-#include <string>
-#include <vector>
 
 #include "cache/node_map_cache.h"
 #include "engine_support.h"
@@ -59,8 +56,8 @@ struct CacheTest : ::testing::Test {
 
 } // namespace
 
-// Same size and same modification time (a rewrite within one tick of the
-// file system's clock, or a copy that keeps the time): the content tells.
+// A rewrite keeping size and time (within one tick of the clock): the
+// content tells.
 TEST_F(CacheTest, OnlyAnUnchangedDescriptionComesFromTheCache) {
     EXPECT_FALSE(loadHits());
     EXPECT_TRUE(loadHits());
@@ -122,8 +119,8 @@ TEST_F(CacheTest, TruncatedOrDamagedCacheFilesAreReplaced) {
     }
 }
 
-// Every byte of a payload counts, with either checksum (the portable one
-// serves where the processor has no CRC instruction).
+// Every bit counts, with either checksum (the portable one serves where
+// the processor has no CRC instruction).
 TEST(CacheChecksum, EveryBitOfEveryByteCounts) {
     std::string bytes(100, '\0');
     for (auto sum : {&NodeMapCache::checksum, &NodeMapCache::checksumPortable}) {
@@ -140,8 +137,7 @@ TEST(CacheChecksum, EveryBitOfEveryByteCounts) {
 
 namespace {
 
-// A node map over a zero-filled memory that every port node reads, with a
-// count of the callbacks each node fired.
+// A node map over zero-filled memory, counting each node's callbacks.
 struct Mapped {
     CMemoryPort port;
     std::unique_ptr<INodeMap> map;
@@ -156,8 +152,8 @@ struct Mapped {
     }
 };
 
-// Changes a node as a user would (another value, an execution), or selects
-// `value` on a selector and reads what it selects; says what happened.
+// Changes a node as a user would, or selects `value` on a selector and
+// reads what it selects; says what happened.
 std::string change(INode* n, const int64_t* value = nullptr) {
     std::string t;
     quillon_test::answer(t, [&]() -> std::string {
@@ -261,10 +257,9 @@ std::string fileName(const ::testing::TestParamInfo<fs::path>& info) {
 
 INSTANTIATE_TEST_SUITE_P(Descriptions, CachedMap, ::testing::ValuesIn(descriptions()), fileName);
 
-// A cache file changed anywhere, the change reaching the reader (as if the
-// checksum had been made to match): the reader refuses it, or the node map
-// it reads raises at worst GenICam exceptions when its values and
-// properties are read. The sanitizers see to it that nothing else happens.
+// A cache file changed anywhere, as if its checksum matched: the reader
+// refuses it, or its node map raises at worst GenICam exceptions on reads
+// (the sanitizers see to the rest).
 // Every byte takes one of three values in turn (a flipped low bit, all
 // ones, zero), in the caches of the fixtures with formulas, converters,
 // enumerations and the rarer node types.

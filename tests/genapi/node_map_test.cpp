@@ -214,13 +214,13 @@ TEST(NodeMap, FeatureTreeSelectorsTextsAndLinks) {
         WidthReg.feature?0 WidthMax.feature?0 Device.feature?0
         GainSelector.selected?Gain,BlackLevel Gain.selecting?GainSelector
         BlackLevel.selecting?GainSelector Width.selected? Width.selecting? GainSelector.children?
-        ImageFormat.display?'Image Format Control' ImageFormat.tooltip?'Image size and format'
-        ImageFormat.descr?'Features that decide the size and format of the images.'
-        Width.display?Width Width.tooltip?'Width of the image' Gain.tooltip?
-        Gain.descr?'Amplification of the selected channel.' Width.vis?1 Hidden.vis?3 Gain.vis?0
+        'ImageFormat.display?Image Format Control' 'ImageFormat.tooltip?Image size and format'
+        'ImageFormat.descr?Features that decide the size and format of the images.'
+        Width.display?Width 'Width.tooltip?Width of the image' Gain.tooltip?
+        'Gain.descr?Amplification of the selected channel.' Width.vis?1 Hidden.vis?3 Gain.vis?0
         Width.url?http://example.com/width Width.ns?1 WidthReg.ns?0 Width.unit?px
         Width.prop:Min?0x10 Width.prop:pValue?WidthReg Width.prop:Visibility?Expert
-        Hidden.prop:VendorNote?'kept as text[Lang=en]'
+        'Hidden.prop:VendorNote?kept as text[Lang=en]'
         Width.children?WidthReg,WidthMax Width.writing?WidthReg WidthReg.parents?Width
         WidthMax.parents?Width WidthReg.children?Device HeightReg.children?Device
         HeightReg.invalidators?Width Root.children?ImageFormat,AnalogControl

@@ -147,7 +147,7 @@ TEST(ValueNodes, EnumerationsOfferAndTakeOnlyUsableEntries) {
     d.play(R"(
         AcquisitionMode.symbolics?Continuous,SingleFrame EnumEntry_AcquisitionMode_MultiFrame.mode?NA
         EnumEntry_AcquisitionMode_Burst.mode?NI
-        EnumEntry_AcquisitionMode_Continuous.display?'Continuous acquisition'
+        'EnumEntry_AcquisitionMode_Continuous.display?Continuous acquisition'
         EnumEntry_AcquisitionMode_SingleFrame.display?SingleFrame
         AcquisitionMode=SingleFrame @0x6020?01000000 AcquisitionMode?SingleFrame
         AcquisitionMode=MultiFrame!Access AcquisitionMode=Burst!Access
@@ -213,14 +213,14 @@ TEST(ValueNodes, ConfigurationRomAndIidcNodes) {
     d.play(R"(
         @0x400=0404ABCD313339342000A000000814AB0000000100031234030814AB81000003
         @0x420=0C0083C0171234560004CCCC000000000000000041636D652043616D58585858
-        VendorId?529579 NodeCapabilities?33728 AbsentKey?! LastKey?! LastKeyText?! VendorText?'Acme Cam' VendorId.mode?RO
+        VendorId?529579 NodeCapabilities?33728 AbsentKey?! LastKey?! LastKeyText?! 'VendorText?Acme Cam' VendorId.mode?RO
         VendorText.mode?RO VendorId=1!Access VendorText=Other!Access VendorId.min?0
         VendorId.max?16777215 ConfigRom.address?1024 ConfigRom.length?64
         @0x418=03000042 *.invalidate() VendorId?66
         @0x500=0000123480000001 FeatureLock?4660 SmartTrigger?2147483649 FeatureLock.mode?RW
         SmartTrigger.mode?RO FeatureLock=51966 @0x500?0000CAFE SmartTrigger=1!Access
         FeatureLock.prop:FeatureID?0x0030533B73C3 SmartTrigger.children?FeatureLock,Device
-        Marker.tooltip?'A node without a value' Marker.feature?0 VendorId.feature?1 Marker.type?1
+        'Marker.tooltip?A node without a value' Marker.feature?0 VendorId.feature?1 Marker.type?1
         ConfigRom.type?7 VendorId.type?2 VendorText.type?6 SmartTrigger.type?2 Device.type?11
         FeatureLock.feature?1 AbsentKey.feature?0
     )");
