@@ -35,8 +35,7 @@ void expectHealthy(Device& d) {
     d.play("Healthy?42 HealthyReg=4660 HealthyReg?4660");
 }
 
-// Runs `f`: a GenICam exception is a legitimate answer, anything else
-// escapes and fails the test.
+// Runs `f`: a GenICam exception is an answer, anything else fails the test.
 template <class F> void worksOrRaises(F&& f) {
     try {
         f();
@@ -99,8 +98,8 @@ struct BadInput : ::testing::Test {
     }
 };
 
-// A file that is no description raises naming the file and, where known,
-// the line, counting the lines of text skipped before the first tag.
+// A file that is no description raises naming it and, where known, the line
+// (counting the text skipped before the first tag).
 TEST_F(BadInput, BrokenFilesRaiseNamingTheFileAndTheLine) {
     const std::string broken = description("<Integer Name=\"B\"><Value>1</Valu></Integer>");
     const std::string header = "camera dump header\r\nsecond header line\r\n" + broken;
@@ -116,8 +115,7 @@ TEST_F(BadInput, BrokenFilesRaiseNamingTheFileAndTheLine) {
          {"", " \n\t\r\n", "no markup at all", "<html><body>cam</body></html>",
           "<?xml version=\"1.0\"?><RegisterDescriptions/>", "<?xml version=\"1.0\"?>"})
         expectRefused(bytes, "");
-    // Missing files, folders, files too large to be a description (sparse:
-    // reading them would take their size in memory).
+    // Missing files, folders, files too large to be read (sparse ones).
     std::string huge = write("huge.xml", ""), large = write("large.xml", "");
     fs::resize_file(huge, uintmax_t{1} << 40);
     fs::resize_file(large, uintmax_t{65} << 20);
@@ -149,8 +147,8 @@ TEST_F(BadInput, PreamblesAreSkippedAndOccupiedReferencesKept) {
     expectHealthy(d);
 }
 
-// Each case of fixtures/broken/definitions.xml, beside healthy nodes; and
-// integer texts inside int64 are read whatever their notation.
+// Each case of fixtures/broken/definitions.xml; integer texts inside int64
+// are read whatever their notation.
 TEST_F(BadInput, BrokenDefinitionsRaiseAtLoadNamingWhatIsWrong) {
     std::ifstream in(quillon_test::fixturePath("broken/definitions.xml"));
     std::string cases((std::istreambuf_iterator<char>(in)), std::istreambuf_iterator<char>());
@@ -180,10 +178,12 @@ TEST_F(BadInput, BrokenDefinitionsRaiseAtLoadNamingWhatIsWrong) {
 TEST_F(BadInput, CyclesAndHostileFormulasRaiseOnRead) {
     Device d("hostile.xml");
     for (int round = 0; round < 2; ++round) {
-        d.play(R"(A?! B?! Self?! C1?! C2?! C3?! F1?! F2?! S1?! S2?! KSelf?! Exprs?! ExprSelf?! A=1!
-                  C1=1! F1=1! F2=1! MinCycle.min?! MinCycle=1! AddressCycle?! LockCycle=1! DivZero?!
-                  ModZero?! VarDivZero?! FloatDivZero?! Unbalanced?! Garbage?! Unknown?!
-                  ConvDivZero?! FloatConvDivZero?! ConvDivZero~1!)");
+        d.play(R"(
+            A?! B?! Self?! C1?! C2?! C3?! F1?! F2?! S1?! S2?! KSelf?! Exprs?! ExprSelf?! A=1! C1=1!
+            F1=1! F2=1! MinCycle.min?! MinCycle=1! AddressCycle?! LockCycle=1! DivZero?! ModZero?!
+            VarDivZero?! FloatDivZero?! Unbalanced?! Garbage?! Unknown?! ConvDivZero?!
+            FloatConvDivZero?! ConvDivZero~1!
+        )");
         for (const char* name : {"A", "C1", "F1", "S1", "KSelf", "Exprs", "LockCycle"})
             worksOrRaises([&] { d.node(name)->GetAccessMode(); });
         worksOrRaises([&] { CIntegerPtr(d.node("Minimum"))->GetValue(); });
@@ -194,10 +194,9 @@ TEST_F(BadInput, CyclesAndHostileFormulasRaiseOnRead) {
         << what;
 }
 
-// Chains 5000 deep through values, formulas, expressions and categories
-// give their value or raise, on a thread with the 1 MiB stack of common
-// platforms; their short tails keep working. Groups nested 100000 deep load
-// or raise; nesting inside a property is kept, not walked.
+// Chains 5000 deep through values, formulas, expressions and categories give
+// their value or raise on a thread with a common platform's 1 MiB stack;
+// groups nested 100000 deep load or raise; nesting in a property is kept.
 TEST_F(BadInput, DeepChainsAndNestingNeverOverflow) {
     std::string body = "<IntSwissKnife Name=\"Deep\"><Formula>E0</Formula>", chains, groups, nested;
     for (int i = 0; i < 5000; ++i) {
@@ -256,20 +255,21 @@ TEST_F(BadInput, UnknownElementsAreIgnored) {
     d.play("InGroup?3 Decorated?5 Decorated.prop:Sparkle?yes[Level=high]");
 }
 
-// Registers whose sizes, bit fields, lengths or ROM contents do not fit
-// raise on use, not at load, and leave the bytes around them alone; texts
-// that mean no value raise and leave the value as it was; any text into any
-// value works or raises.
+// Registers whose sizes, bit fields, lengths or ROM contents do not fit raise
+// on use and leave the bytes around them alone; texts meaning no value raise
+// and leave the value as it was.
 TEST_F(BadInput, RegistersThatDoNotFitAndBadTextsRaiseOnUse) {
     Device d("hostile.xml");
     d.play(
-        R"(Empty?!OutOfRange Long.mode?RW Long?!OutOfRange Long=0! Via?! LongSigned?! LongSigned=0!
-              OddFloat?! OddFloat=1! Beyond?! Beyond~1! BeyondBig?! Reversed?! HugeRegister?! HugeRegister~1!
-              Negative.length?! Negative?! Negative=0x00! Enormous?! EnormousText?! EnormousText=x!
-              NegativeInt?! Block=0x0102! Block=0x0102030G! Inside?0 Inside=171 @0x100?B00A
-              VendorText=x! Int=garbage! Int=9223372036854775808! Int=1e30! Int=1.5! Int?5
-              Int=-9223372036854775809x! Real=nan! Real=1e999! Real.f?1.5 Choice=Two! Choice?One
-              Text=longer! Ip=1.2.3.4 Ip?1.2.3.4 Mac=01:23:45:67:89:AB Mac?01:23:45:67:89:AB)");
+        R"(
+        Empty?!OutOfRange Long.mode?RW Long?!OutOfRange Long=0! Via?! LongSigned?! LongSigned=0!
+        OddFloat?! OddFloat=1! Beyond?! Beyond~1! BeyondBig?! Reversed?! HugeRegister?!
+        HugeRegister~1! Negative.length?! Negative?! Negative=0x00! Enormous?! EnormousText?!
+        EnormousText=x! NegativeInt?! Block=0x0102! Block=0x0102030G! Inside?0 Inside=171
+        @0x100?B00A VendorText=x! Int=garbage! Int=9223372036854775808! Int=1e30! Int=1.5! Int?5
+        Int=-9223372036854775809x! Real=nan! Real=1e999! Real.f?1.5 Choice=Two! Choice?One
+        Text=longer! Ip=1.2.3.4 Ip?1.2.3.4 Mac=01:23:45:67:89:AB Mac?01:23:45:67:89:AB
+    )");
     uint8_t buffer[8] = {};
     EXPECT_NE(raised([&] { CRegisterPtr(d.node("Block"))->Set(buffer, 8); }).find("'Block'"),
               std::string::npos);
@@ -304,8 +304,7 @@ TEST_F(BadInput, RegistersThatDoNotFitAndBadTextsRaiseOnUse) {
     expectHealthy(d);
 }
 
-// A deflated member inflating past 64 MiB is refused, as is one whose
-// directory claims 4 KiB (what really comes out is counted); archives
+// Zip members inflating past 64 MiB (whatever the directory claims), archives
 // without a description, broken or damaged ones raise; beside junk, the
 // description is taken.
 TEST_F(BadInput, ZipArchivesThatAreNoDescriptionRaise) {

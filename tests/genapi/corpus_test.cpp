@@ -128,10 +128,8 @@ XmlFacts walkXml(std::string xml) {
 
 std::unique_ptr<CNodeMapRef> load(const std::string& file) {
     auto ref = std::make_unique<CNodeMapRef>();
-    if (isZip(file))
-        ref->_LoadXMLFromZIPFile((kCorpus / file).string());
-    else
-        ref->_LoadXMLFromFile((kCorpus / file).string());
+    std::string path = (kCorpus / file).string();
+    isZip(file) ? ref->_LoadXMLFromZIPFile(path) : ref->_LoadXMLFromFile(path);
     return ref;
 }
 
@@ -141,8 +139,7 @@ const char* typeOf(INode* n) {
 
 class CorpusFile : public ::testing::TestWithParam<std::string> {};
 
-// Node counts by type, the nodes' display names, which nodes are features,
-// and the description's own attributes: as the XML says.
+// Node counts by type, display names, features, root attributes: as the XML says.
 TEST_P(CorpusFile, LoadsWhatAnIndependentReadingFinds) {
     const std::string& file = GetParam();
     std::unique_ptr<CNodeMapRef> ref = load(file);

@@ -1,6 +1,5 @@
-// What the engine's tests share: a node map over a memory port, loaded from a
-// fixture or from description text, driven and checked by scenarios of steps;
-// and a node's answers as one text, to compare two nodes by.
+// What the engine's tests share: a node map over a memory port, driven and
+// checked by scenarios; a node's answers as one text, to compare nodes by.
 #pragma once
 
 #include <gtest/gtest.h>
@@ -24,8 +23,7 @@ inline std::string fixturePath(const std::string& file) {
     return std::string(QUILLON_FIXTURE_DIR) + "/" + file;
 }
 
-// What the GenICam exception `f` raises ("<description> : <Type> thrown ..."),
-// or a failure when it raises nothing. Other exceptions escape and fail.
+// The what() of the GenICam exception `f` raises, or a failure.
 template <class F> std::string raised(F&& f) {
     try {
         f();
@@ -109,6 +107,8 @@ inline std::string fact(INode* n, const std::string& f) {
     if (f == "children") return n->GetChildren(nodes), names(nodes);
     if (f == "writing") return n->GetChildren(nodes, ctWritingChildren), names(nodes);
     if (f == "invalidators") return n->GetChildren(nodes, ctInvalidatingChildren), names(nodes);
+    if (f == "depending") return n->GetChildren(nodes, ctDependingNodes), names(nodes);
+    if (f == "terminal") return n->GetChildren(nodes, ctTerminalNodes), names(nodes);
     if (f == "parents") return n->GetParents(nodes), names(nodes);
     gcstring value, attributes;
     if (f.rfind("prop:", 0) == 0 && n->GetProperty(f.substr(5).c_str(), value, attributes))
@@ -122,8 +122,7 @@ struct Device {
     CMemoryPort port; // the port outlives the node map that points at it
     CNodeMapRef map;
 
-    // `source` is a fixture's file name, a path or, when it holds markup, a
-    // description.
+    // `source`: a fixture's name, a path or a description.
     explicit Device(const std::string& source) {
         if (source.find('<') == std::string::npos)
             map._LoadXMLFromFile((source[0] == '/' ? source : fixturePath(source)).c_str());
@@ -192,8 +191,7 @@ private:
         }
     }
 
-    // Writes the bytes `hex` spells at `address`, or reads as many and
-    // returns them as hex.
+    // Writes the bytes `hex` spells at `address`, or reads them as hex.
     std::string bytes(int64_t address, char op, const std::string& hex) {
         std::vector<uint8_t> b(hex.size() / 2);
         for (size_t i = 0; op == '=' && i < b.size(); ++i)
@@ -207,8 +205,7 @@ private:
     }
 };
 
-// The node's answers apart from its name and property records: texts,
-// flags, access, and value, limits and entries over its current memory.
+// What a node answers over its memory, but for name and property records.
 inline std::string NodeAnswers(INode* n) {
     std::string t = std::string(n->GetToolTip()) + "|" + std::string(n->GetDescription()) + "|" +
                     std::string(n->GetDocuURL()) + "|" + num(n->GetNameSpace()) +
@@ -259,13 +256,9 @@ inline std::string NodeBehaviour(INode* n) {
     for (const gcstring& p : properties)
         t += std::string(p) + "=" + fact(n, "prop:" + std::string(p)) + ";";
     // Parents are the reverse of these links: left out, being slow to find.
-    for (const char* links : {"children", "writing", "invalidators", "selected", "selecting"})
+    for (const char* links :
+         {"children", "writing", "invalidators", "depending", "terminal", "selected", "selecting"})
         t += fact(n, links) + "|";
-    NodeList_t related;
-    for (ELinkType type : {ctDependingNodes, ctTerminalNodes}) {
-        n->GetChildren(related, type);
-        t += names(related) + "|";
-    }
     return t + NodeAnswers(n);
 }
 

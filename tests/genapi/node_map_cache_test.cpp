@@ -56,8 +56,7 @@ struct CacheTest : ::testing::Test {
 
 } // namespace
 
-// A rewrite keeping size and time (within one tick of the clock): the
-// content tells.
+// A rewrite keeping size and time (one clock tick): the content tells.
 TEST_F(CacheTest, OnlyAnUnchangedDescriptionComesFromTheCache) {
     EXPECT_FALSE(loadHits());
     EXPECT_TRUE(loadHits());
@@ -66,14 +65,7 @@ TEST_F(CacheTest, OnlyAnUnchangedDescriptionComesFromTheCache) {
     text.replace(text.find("<ToolTip>") + 9, 8, "CHANGED ");
     writeAll(xml, text);
     fs::last_write_time(xml, modified);
-    uint64_t hits = NodeMapCache::hits();
-    auto map = load();
-    EXPECT_EQ(NodeMapCache::hits(), hits);
-    NodeList_t nodes;
-    map->GetNodes(nodes);
-    EXPECT_TRUE(std::any_of(nodes.begin(), nodes.end(), [](INode* n) {
-        return std::string(n->GetToolTip()).rfind("CHANGED ", 0) == 0;
-    }));
+    EXPECT_FALSE(loadHits());
     EXPECT_TRUE(loadHits());
 
     // Nothing is cached without the folder or when the cache is ignored;
@@ -85,7 +77,7 @@ TEST_F(CacheTest, OnlyAnUnchangedDescriptionComesFromTheCache) {
     setenv("GENICAM_CACHE_V3_4", cacheDir.c_str(), 1);
     load(CacheUsage_Ignore);
     EXPECT_TRUE(fs::is_empty(cacheDir));
-    hits = NodeMapCache::hits();
+    uint64_t hits = NodeMapCache::hits();
     auto fromMemory = [&] {
         delete CNodeMapFactory(ContentType_Xml, text.data(), text.size()).CreateNodeMap();
     };
@@ -152,8 +144,7 @@ struct Mapped {
     }
 };
 
-// Changes a node as a user would, or selects `value` on a selector and
-// reads what it selects; says what happened.
+// Changes a node as a user would, or selects `value` and reads the selected.
 std::string change(INode* n, const int64_t* value = nullptr) {
     std::string t;
     quillon_test::answer(t, [&]() -> std::string {
@@ -184,26 +175,6 @@ std::string change(INode* n, const int64_t* value = nullptr) {
     return t;
 }
 
-// The values a selector takes: its entries, or its first four integers.
-std::vector<int64_t> selections(INode* n) {
-    std::vector<int64_t> values;
-    try {
-        if (!CSelectorPtr(n)->IsSelector() || !IsWritable(n->GetAccessMode())) return values;
-        if (CEnumerationPtr e = n) {
-            NodeList_t entries;
-            e->GetEntries(entries);
-            for (INode* entry : entries)
-                values.push_back(CEnumEntryPtr(entry)->GetValue());
-        } else if (CIntegerPtr i = n) {
-            for (int64_t v = i->GetMin(), k = 0; k < 4 && v <= i->GetMax(); ++k, v += i->GetInc())
-                values.push_back(v);
-        }
-    } catch (const GenICam::GenericException&) {
-        // a selector that cannot say its values over this memory
-    }
-    return values;
-}
-
 std::vector<fs::path> descriptions() {
     std::vector<fs::path> files;
     for (const char* dir : {QUILLON_CORPUS_DIR, QUILLON_FIXTURE_DIR})
@@ -218,9 +189,9 @@ class CachedMap : public CacheTest, public ::testing::WithParamInterface<fs::pat
 
 } // namespace
 
-// A field the cache drops or misreads shows here: every node's answers, each selector at each of
-// its values, a change to every writable node and the callbacks it fires are the same in the parsed
-// and the cached map.
+// A field the cache drops or misreads shows here: every node's answers,
+// each selector at its values 0 to 7, a change to every writable node and
+// the callbacks it fires are the same in the parsed and the cached map.
 TEST_P(CachedMap, BehavesAsTheParsedMap) {
     auto type = GetParam().extension() == ".zip" ? ContentType_ZippedXml : ContentType_Xml;
     uint64_t hits = NodeMapCache::hits();
@@ -239,7 +210,7 @@ TEST_P(CachedMap, BehavesAsTheParsedMap) {
     };
     expectAlike("loaded", quillon_test::NodeBehaviour);
     for (INode* n : parsed.nodes)
-        for (int64_t v : selections(n))
+        for (int64_t v = 0; v < 8 && CSelectorPtr(n)->IsSelector(); ++v)
             EXPECT_EQ(change(n, &v), change(cached.map->GetNode(n->GetName()), &v))
                 << n->GetName() << " = " << v;
     for (INode* n : parsed.nodes)
@@ -257,12 +228,9 @@ std::string fileName(const ::testing::TestParamInfo<fs::path>& info) {
 
 INSTANTIATE_TEST_SUITE_P(Descriptions, CachedMap, ::testing::ValuesIn(descriptions()), fileName);
 
-// A cache file changed anywhere, as if its checksum matched: the reader
-// refuses it, or its node map raises at worst GenICam exceptions on reads
-// (the sanitizers see to the rest).
-// Every byte takes one of three values in turn (a flipped low bit, all
-// ones, zero), in the caches of the fixtures with formulas, converters,
-// enumerations and the rarer node types.
+// A cache payload changed anywhere (each byte to one of: its low bit
+// flipped, all ones, zero): the reader refuses it, or its node map raises at
+// worst GenICam exceptions on reads (the sanitizers see to the rest).
 TEST_F(CacheTest, ChangedBytesAreRefusedOrHarmless) {
     for (const char* fixture : {"formula_nodes.xml", "rare_nodes.xml"}) {
         std::string xmlFile = quillon_test::fixturePath(fixture);

@@ -1,6 +1,5 @@
-// The node map around the values: access modes and what restricts them,
-// register caches and what invalidates them, callbacks and polling, the
-// feature tree, selectors, texts, properties and the links between nodes.
+// The node map around the values: access modes, register caches, callbacks
+// and polling, the feature tree, selectors, texts, properties and links.
 // Scenario steps: see Device::play.
 #include <gtest/gtest.h>
 
@@ -17,27 +16,25 @@ using quillon_test::Device;
 // Clients store and compare these numbers.
 static_assert(NI == 0 && NA == 1 && WO == 2 && RO == 3 && RW == 4);
 
-// Predicates, locks and imposed modes restrict a node; a register's mode
-// passes up its pValue chain; what a mode forbids raises and leaves the
-// device alone.
+// Predicates, locks, imposed modes and a register's mode up its pValue chain
+// restrict a node; what a mode forbids raises and leaves the device alone.
 TEST(NodeMap, AccessModesFollowPredicatesLocksAndRegisters) {
     Device d("access_modes.xml");
     d.play(R"(
-        Plain.mode?RW Unimplemented.mode?NI Unavailable.mode?NA NeitherImplementedNorAvailable.mode?NI
-        Unimplemented?!Access Unimplemented=1!Access Unavailable?!Access Unavailable=1!Access
-        @0x3004?0000000000000000 ImplementedFlag=1 Unimplemented.mode?RW
-        NeitherImplementedNorAvailable.mode?NA AvailableFlag=1 Unavailable.mode?RW
-        NeitherImplementedNorAvailable.mode?RW Unavailable=9 @0x3008?09000000
-        Lockable.mode?RO @0x3010=15000000 Lockable?21 Lockable=22!Access @0x3010?15000000
-        LockFlag=0 Lockable.mode?RW Lockable=22 @0x3010?16000000
-        ImposedReadOnly.mode?RO ImposedReadOnly=1!Access @0x3014?00000000
-        Plain.impose(RO) Plain.mode?RO Plain=1!Access Plain.impose(NA) Plain.mode?NA
-        Plain.impose(RW) Plain.mode?RW ReadOnlyReg.impose(RW) ReadOnlyReg.mode?RO
-        ReadOnlyFeature.mode?RO ReadOnlyAlias.mode?RO @0x3018=4D000000 ReadOnlyAlias?77
-        ReadOnlyAlias=1!Access ReadOnlyFeature=1!Access ReadOnlyReg=1!Access @0x3018?4D000000
-        ReadOnlyReg.impose(WO) ReadOnlyReg.mode?NA
-        WriteOnlyReg.mode?WO WriteOnlyFeature.mode?WO WriteOnlyReg?!Access WriteOnlyFeature?!Access
-        WriteOnlyFeature=5 @0x301C?05000000 OnSpare.mode?NA OnSpare?!Access
+        Plain.mode?RW Unimplemented.mode?NI Unavailable.mode?NA
+        NeitherImplementedNorAvailable.mode?NI Unimplemented?!Access Unimplemented=1!Access
+        Unavailable?!Access Unavailable=1!Access @0x3004?0000000000000000 ImplementedFlag=1
+        Unimplemented.mode?RW NeitherImplementedNorAvailable.mode?NA AvailableFlag=1
+        Unavailable.mode?RW NeitherImplementedNorAvailable.mode?RW Unavailable=9 @0x3008?09000000
+        Lockable.mode?RO @0x3010=15000000 Lockable?21 Lockable=22!Access @0x3010?15000000 LockFlag=0
+        Lockable.mode?RW Lockable=22 @0x3010?16000000 ImposedReadOnly.mode?RO
+        ImposedReadOnly=1!Access @0x3014?00000000 Plain.impose(RO) Plain.mode?RO Plain=1!Access
+        Plain.impose(NA) Plain.mode?NA Plain.impose(RW) Plain.mode?RW ReadOnlyReg.impose(RW)
+        ReadOnlyReg.mode?RO ReadOnlyFeature.mode?RO ReadOnlyAlias.mode?RO @0x3018=4D000000
+        ReadOnlyAlias?77 ReadOnlyAlias=1!Access ReadOnlyFeature=1!Access ReadOnlyReg=1!Access
+        @0x3018?4D000000 ReadOnlyReg.impose(WO) ReadOnlyReg.mode?NA WriteOnlyReg.mode?WO
+        WriteOnlyFeature.mode?WO WriteOnlyReg?!Access WriteOnlyFeature?!Access WriteOnlyFeature=5
+        @0x301C?05000000 OnSpare.mode?NA OnSpare?!Access
     )");
     CMemoryPort spare;
     spare.Write("\x2A\0\0\0", 0, 4);
@@ -49,8 +46,7 @@ TEST(NodeMap, AccessModesFollowPredicatesLocksAndRegisters) {
     d.play("OnSpare.mode?RW OnSpare?42");
 }
 
-// Without a connected port no register is available, nor anything over
-// one; predicates that need no device still hold.
+// Without a port no register is available, nor anything over one.
 TEST(NodeMap, NothingOnAnUnconnectedPortIsAvailable) {
     const struct {
         const char *description, *node, *mode;
@@ -79,19 +75,17 @@ TEST(NodeMap, RegisterCachesAnswerUntilInvalidated) {
         CachedReg.cached?0 @0x2000=05000000 CachedReg?5 CachedReg.cached?1 @0x2000=07000000
         CachedReg?5 Cached?5 CachedHalf.f?2.5 CachedDouble?10 CachedReg.invalidate()
         CachedReg.cached?0 Cached?7 CachedReg?7 CachedHalf.f?3.5 @0x2000=09000000 CachedReg?7
-        *.invalidate() CachedReg?9 Cached=13 CachedReg.cached?1 @0x2000?0D000000
-        @0x2000=0F000000 CachedReg?13
-        UncachedReg.cached?0 @0x2010=01000000 UncachedReg?1 @0x2010=02000000 UncachedReg?2
-        UncachedReg.cached?0 UncachedReg=3 @0x2010=04000000 UncachedReg?4
+        *.invalidate() CachedReg?9 Cached=13 CachedReg.cached?1 @0x2000?0D000000 @0x2000=0F000000
+        CachedReg?13 UncachedReg.cached?0 @0x2010=01000000 UncachedReg?1 @0x2010=02000000
+        UncachedReg?2 UncachedReg.cached?0 UncachedReg=3 @0x2010=04000000 UncachedReg?4
         @0x2018=03000000 WriteAroundReg?3 @0x2018=04000000 WriteAroundReg?3 WriteAroundReg=5
-        WriteAroundReg.cached?0 @0x2018=06000000 WriteAroundReg?6
-        @0x2030=01000000 StatusReg?1 @0x2030=02000000 ModeReg?0 StatusReg?1 ModeReg=1
-        StatusReg.cached?0 StatusReg?2 StatusReg.invalidators?ModeReg
-        @0x2040=11220000 HighByte?34 HighByte.cached?1 LowByte=51 HighByte.cached?0 HighByte=68
-        @0x2040?33440000 LowByte?51 HighByte?68
-        @0x2050=01000000 @0x2060=80020000 Width?640 @0x2060=40010000 Width?640 Binning=2 Width?320
-        @0x2060=A0000000 Width?320 Binning.invalidate() Width?160 @0x2060=50000000 Width?160
-        BinningReg.invalidate() Width?80 @0x2000=0B000000 CachedReg?13
+        WriteAroundReg.cached?0 @0x2018=06000000 WriteAroundReg?6 @0x2030=01000000 StatusReg?1
+        @0x2030=02000000 ModeReg?0 StatusReg?1 ModeReg=1 StatusReg.cached?0 StatusReg?2
+        StatusReg.invalidators?ModeReg @0x2040=11220000 HighByte?34 HighByte.cached?1 LowByte=51
+        HighByte.cached?0 HighByte=68 @0x2040?33440000 LowByte?51 HighByte?68 @0x2050=01000000
+        @0x2060=80020000 Width?640 @0x2060=40010000 Width?640 Binning=2 Width?320 @0x2060=A0000000
+        Width?320 Binning.invalidate() Width?160 @0x2060=50000000 Width?160 BinningReg.invalidate()
+        Width?80 @0x2000=0B000000 CachedReg?13
     )");
     EXPECT_EQ(CIntegerPtr(d.node("CachedReg"))->GetValue(false, true), 11) << "the cache ignored";
     d.play("@0x2000=0C000000 CachedReg?11");
@@ -99,9 +93,8 @@ TEST(NodeMap, RegisterCachesAnswerUntilInvalidated) {
     d.play("CachedReg?12");
 }
 
-// Wherever two registers share bytes (across a 4 KiB boundary, inside a
-// register of 128 KiB, at the address a selector moved one to), a write of
-// one drops the other's cache; only theirs.
+// Registers sharing bytes (across 4 KiB blocks, inside one of 128 KiB, where
+// a selector moved one): a write of one drops the other's cache, only theirs.
 TEST(NodeMap, WritesDropTheCachesOfTheRegistersTheyOverlap) {
     auto reg = [](const char* name, const char* address, int length, const char* extra = "") {
         return std::string("<IntReg Name=\"") + name + "\"><Address>" + address +
@@ -133,50 +126,43 @@ TEST(NodeMap, WritesDropTheCachesOfTheRegistersTheyOverlap) {
     }
 }
 
-// Counts callbacks per node and notes whether the node map's lock was free
-// (tried from another thread) when each one ran.
-struct Recorder {
-    std::map<std::string, int> calls;
-    std::map<std::string, bool> lockFree;
-    INodeMap* map = nullptr;
-    void onChange(INode* node) {
-        ++calls[std::string(node->GetName())];
-        lockFree[std::string(node->GetName())] = std::async(std::launch::async, [this] {
-                                                     bool got = map->GetLock().try_lock();
-                                                     if (got) map->GetLock().unlock();
-                                                     return got;
-                                                 }).get();
-    }
-};
-
 // A write calls back the node and what is computed from it, once; an
 // invalidation and a due poll call back too; inside-lock callbacks hold
-// the lock, outside-lock ones do not; deregistered ones stay silent.
+// the lock (another thread cannot take it), outside-lock ones do not;
+// deregistered ones stay silent.
 TEST(NodeMap, CallbacksFollowWritesInvalidationsAndPolls) {
     Device d("live.xml");
-    Recorder r;
-    r.map = d.map._Ptr();
+    std::map<std::string, int> count;
+    std::map<std::string, bool> lockFree;
+    auto record = [&](INode* n) {
+        ++count[std::string(n->GetName())];
+        lockFree[std::string(n->GetName())] = std::async(std::launch::async, [&] {
+                                                  bool got = d.map._Ptr()->GetLock().try_lock();
+                                                  if (got) d.map._Ptr()->GetLock().unlock();
+                                                  return got;
+                                              }).get();
+    };
     std::vector<std::pair<INode*, CallbackHandleType>> handles;
     for (const char* name :
          {"Reg", "Value", "Twice", "Other", "Cached", "Temperature", "Counter", "Start"})
-        handles.emplace_back(d.node(name),
-                             Register(d.node(name), r, &Recorder::onChange,
-                                      name[0] == 'T' ? cbPostOutsideLock : cbPostInsideLock));
+        handles.emplace_back(
+            d.node(name),
+            Register(d.node(name), record, name[0] == 'T' ? cbPostOutsideLock : cbPostInsideLock));
     auto calls = [&](std::map<std::string, int> expected) {
         for (auto& [name, n] : expected)
-            EXPECT_EQ(r.calls[name], n) << name;
+            EXPECT_EQ(count[name], n) << name;
     };
     d.play("Value=21 Twice?42");
     calls({{"Value", 1}, {"Reg", 1}, {"Twice", 1}, {"Other", 0}, {"Cached", 0}});
-    EXPECT_FALSE(r.lockFree["Value"]);
-    EXPECT_TRUE(r.lockFree["Twice"]);
+    EXPECT_FALSE(lockFree["Value"]);
+    EXPECT_TRUE(lockFree["Twice"]);
     d.play("Other=6"); // an invalidator
     calls({{"Other", 1}, {"Cached", 1}, {"Value", 1}});
     d.play("@0x10=07000000 Value?21 Value.invalidate() Value?7");
     calls({{"Value", 2}, {"Twice", 2}});
 
-    // 1000 ms in ten polls: the 100 ms node is due ten times, the 250 ms one
-    // four; one long gap makes a node due once, not once per missed period.
+    // Ten polls of 100 ms: the 100 ms node is due ten times, the 250 ms one
+    // four; a long gap makes a node due once.
     d.play("Temperature?0 @0x30=37000000 *.poll(60) Temperature?0");
     calls({{"Temperature", 0}});
     d.play("*.poll(40) Temperature?55");
@@ -189,7 +175,7 @@ TEST(NodeMap, CallbacksFollowWritesInvalidationsAndPolls) {
 
     // A command's completion is reported once, when the device clears it.
     d.play("Start.done?1 Start.execute() @0x40?01000000 Start.done?0 Start.done?0");
-    int before = r.calls["Start"];
+    int before = count["Start"];
     d.play("@0x40=00000000 Start.done?1 Start.done?1");
     calls({{"Start", before + 1}});
 
@@ -210,21 +196,21 @@ TEST(NodeMap, FeatureTreeSelectorsTextsAndLinks) {
         Root.type?8 Root.features?ImageFormat,AnalogControl ImageFormat.features?Width,Height
         AnalogControl.features?GainSelector,Gain,BlackLevel ImageFormat.feature?1
         AnalogControl.feature?1 Width.feature?1 Height.feature?1 GainSelector.feature?1
-        Gain.feature?1 BlackLevel.feature?1 Detached.feature?0 Hidden.feature?0
-        WidthReg.feature?0 WidthMax.feature?0 Device.feature?0
-        GainSelector.selected?Gain,BlackLevel Gain.selecting?GainSelector
-        BlackLevel.selecting?GainSelector Width.selected? Width.selecting? GainSelector.children?
-        'ImageFormat.display?Image Format Control' 'ImageFormat.tooltip?Image size and format'
+        Gain.feature?1 BlackLevel.feature?1 Detached.feature?0 Hidden.feature?0 WidthReg.feature?0
+        WidthMax.feature?0 Device.feature?0 GainSelector.selected?Gain,BlackLevel
+        Gain.selecting?GainSelector BlackLevel.selecting?GainSelector Width.selected?
+        Width.selecting? GainSelector.children? 'ImageFormat.display?Image Format Control'
+        'ImageFormat.tooltip?Image size and format'
         'ImageFormat.descr?Features that decide the size and format of the images.'
         Width.display?Width 'Width.tooltip?Width of the image' Gain.tooltip?
         'Gain.descr?Amplification of the selected channel.' Width.vis?1 Hidden.vis?3 Gain.vis?0
         Width.url?http://example.com/width Width.ns?1 WidthReg.ns?0 Width.unit?px
         Width.prop:Min?0x10 Width.prop:pValue?WidthReg Width.prop:Visibility?Expert
-        'Hidden.prop:VendorNote?kept as text[Lang=en]'
-        Width.children?WidthReg,WidthMax Width.writing?WidthReg WidthReg.parents?Width
-        WidthMax.parents?Width WidthReg.children?Device HeightReg.children?Device
-        HeightReg.invalidators?Width Root.children?ImageFormat,AnalogControl
-        Device.parents?WidthReg,HeightReg BlackLevel.children? Width.parents?ImageFormat,HeightReg
+        'Hidden.prop:VendorNote?kept as text[Lang=en]' Width.children?WidthReg,WidthMax
+        Width.writing?WidthReg WidthReg.parents?Width WidthMax.parents?Width
+        WidthReg.children?Device HeightReg.children?Device HeightReg.invalidators?Width
+        Root.children?ImageFormat,AnalogControl Device.parents?WidthReg,HeightReg
+        BlackLevel.children? Width.parents?ImageFormat,HeightReg
         Gain.parents?AnalogControl,GainSelector BlackLevel.parents?AnalogControl,GainSelector,Hidden
         Height.parents?ImageFormat,Hidden
     )");
