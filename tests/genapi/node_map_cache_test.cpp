@@ -129,13 +129,18 @@ TEST(CacheChecksum, EveryBitOfEveryByteCounts) {
 
 namespace {
 
-// A node map over zero-filled memory, counting each node's callbacks.
+// A node map over patterned memory, counting each node's callbacks.
 struct Mapped {
     CMemoryPort port;
     std::unique_ptr<INodeMap> map;
     NodeList_t nodes;
     std::map<std::string, int> fired;
     explicit Mapped(INodeMap* m) : map(m) {
+        // Bytes that differ by address: byte order and addresses show.
+        std::string pattern(1 << 16, '\0');
+        for (size_t i = 0; i < pattern.size(); ++i)
+            pattern[i] = static_cast<char>(i * 37 + i / 256);
+        port.Write(pattern.data(), 0, static_cast<int64_t>(pattern.size()));
         map->GetNodes(nodes);
         for (INode* n : nodes) {
             if (n->GetPrincipalInterfaceType() == intfIPort) map->Connect(&port, n->GetName());
