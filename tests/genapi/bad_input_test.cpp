@@ -111,6 +111,7 @@ TEST_F(BadInput, BrokenFilesRaiseNamingTheFileAndTheLine) {
     expectRefused(header, line(header, header.find("</Valu>")));
     expectRefused(open, line(open, open.size() - 2));
     expectRefused(open.substr(0, open.size() / 2), "line ");
+    expectRefused("<", "line 1");
     for (const char* bytes :
          {"", " \n\t\r\n", "no markup at all", "<html><body>cam</body></html>",
           "<?xml version=\"1.0\"?><RegisterDescriptions/>", "<?xml version=\"1.0\"?>"})
