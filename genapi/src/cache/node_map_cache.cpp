@@ -46,8 +46,8 @@ void ioKey(Archive& a, CacheKey& k) {
 }
 } // namespace
 
-namespace {
-uint64_t checksumPortable(const uint8_t* p, size_t size) {
+uint64_t NodeMapCache::checksumPortable(const void* data, size_t size) {
+    const auto* p = static_cast<const uint8_t*>(data);
     // Four independent lanes keep the multiplier busy.
     uint64_t lane[4] = {0xcbf29ce484222325ull ^ size, 0x9e3779b97f4a7c15ull, 0xc2b2ae3d27d4eb4full,
                         0x165667b19e3779f9ull};
@@ -65,6 +65,7 @@ uint64_t checksumPortable(const uint8_t* p, size_t size) {
     return h;
 }
 
+namespace {
 #if defined(__x86_64__)
 // CRC32-C in hardware: one instruction per eight bytes.
 __attribute__((target("sse4.2"))) uint64_t checksumCrc(const uint8_t* p, size_t size) {

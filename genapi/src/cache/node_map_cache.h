@@ -43,6 +43,9 @@ public:
     static void store(const std::string& cacheFile, const CacheKey& key, NodeMap& map);
 
     static uint64_t checksum(const void* data, size_t size);
+    // The checksum of processors without a CRC instruction (checksum() uses
+    // it there).
+    static uint64_t checksumPortable(const void* data, size_t size);
     // How many node maps came from a cache file in this process (for tests
     // and diagnostics).
     static uint64_t hits();

@@ -42,8 +42,8 @@ void reportUnknownElement(std::string_view element, const std::string& source) {
 }
 
 size_t lineOf(std::string_view text, ptrdiff_t offset) {
-    if (offset < 0) return 0;
-    auto end = text.begin() + std::min<ptrdiff_t>(offset, static_cast<ptrdiff_t>(text.size()));
+    // The parser may place an error before the text ("<" alone): line 1.
+    auto end = text.begin() + std::clamp<ptrdiff_t>(offset, 0, static_cast<ptrdiff_t>(text.size()));
     return static_cast<size_t>(std::count(text.begin(), end, '\n')) + 1;
 }
 
