@@ -76,7 +76,7 @@ int find(const Args& args) {
     inspect::FeatureFinder finder;
     finder.Refill(rows(model.featureRows()), rows(model.categoryRows()));
     for (const auto& e : finder.Filter(args.positional[0]))
-        std::printf("%s\n", e.name.c_str());
+        std::printf("%s\n", e->name.c_str());
     return 0;
 }
 

@@ -1,6 +1,7 @@
 // The find window's logic: the list of feature names and its filter.
 #pragma once
 
+#include <cstdint>
 #include <optional>
 #include <string>
 #include <utility>
@@ -36,20 +37,24 @@ public:
 
     // The entries whose name contains `query`, ignoring ASCII case (all of
     // them for an empty query), sorted by name ignoring case as the sorted
-    // list box shows them. Entries without a tree item are never listed.
-    std::vector<FindEntry> Filter(const std::string& query) const;
+    // list box shows them. Entries without a tree item are never listed. The
+    // pointers are into Entries(), valid until the next Refill.
+    std::vector<const FindEntry*> Filter(const std::string& query) const;
 
     // Enter in the query field: with text typed and nothing selected, the
     // first shown entry's tree item (null when none is shown); otherwise null
     // (the selection has already been followed).
-    static TreeItemHandle EnterTarget(const std::string& query, const std::vector<FindEntry>& shown,
+    static TreeItemHandle EnterTarget(const std::string& query, const std::vector<const FindEntry*>& shown,
                                       std::optional<size_t> selection);
 
 private:
     std::vector<FindEntry> entries_;
-    // Sorted once per fill, so that a keystroke is one pass over the names:
-    // each listed entry's name in lower case, in the order the list shows.
-    std::vector<std::pair<std::string, size_t>> sorted_; // (lowered name, entry)
+    // Sorted once per fill, so that a keystroke is one pass over contiguous
+    // memory: every listed name in lower case, in the order the list shows,
+    // each followed by a NUL, and where each starts and which entry it is.
+    std::string lowered_;
+    std::vector<uint32_t> start_; // one more than listed names: the end
+    std::vector<uint32_t> entry_;
 };
 
 } // namespace quillon::inspect

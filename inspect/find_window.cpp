@@ -13,7 +13,7 @@ namespace quillon::inspect {
 // paints, so a keystroke over a hundred thousand names costs one filter pass.
 class FindWindow::NameModel final : public QAbstractListModel {
 public:
-    NameModel(const std::vector<FindEntry>& shown, QObject* parent)
+    NameModel(const std::vector<const FindEntry*>& shown, QObject* parent)
         : QAbstractListModel(parent), shown_(shown) {}
     int rowCount(const QModelIndex& parent) const override {
         return parent.isValid() ? 0 : static_cast<int>(shown_.size());
@@ -22,13 +22,13 @@ public:
         if (role != Qt::DisplayRole || !index.isValid() ||
             static_cast<size_t>(index.row()) >= shown_.size())
             return {};
-        return QString::fromStdString(shown_[static_cast<size_t>(index.row())].name);
+        return QString::fromStdString(shown_[static_cast<size_t>(index.row())]->name);
     }
     void BeginReset() { beginResetModel(); }
     void EndReset() { endResetModel(); }
 
 private:
-    const std::vector<FindEntry>& shown_;
+    const std::vector<const FindEntry*>& shown_;
 };
 
 FindWindow::FindWindow(QWidget* parent) : QDialog(parent) {
@@ -60,14 +60,17 @@ void FindWindow::Fill(const std::vector<FindRow>& featureRows,
 
 void FindWindow::Update(const std::vector<FindRow>& featureRows,
                         const std::vector<FindRow>& categoryRows) {
-    finder_.Refill(featureRows, categoryRows);
-    ShowMatches();
+    ShowMatches(&featureRows, &categoryRows);
 }
 
-void FindWindow::ShowMatches() {
+void FindWindow::ShowMatches(const std::vector<FindRow>* featureRows, const std::vector<FindRow>* categoryRows) {
     // The finder sorts case-insensitively; the list keeps that order.
     const QSignalBlocker quietReset(list_->selectionModel());
     names_->BeginReset();
+    // The shown names point into the finder's entries: refill inside the
+    // reset, so that the view never reads a freed entry.
+    shown_.clear();
+    if (featureRows && categoryRows) finder_.Refill(*featureRows, *categoryRows);
     shown_ = finder_.Filter(query_->text().toStdString());
     names_->EndReset(); // refilling selects nothing to follow
 }
@@ -77,8 +80,8 @@ void FindWindow::GoToSelection() {
     if (selected.isEmpty()) return;
     const int row = selected.front().row();
     if (row >= 0 && static_cast<size_t>(row) < shown_.size() &&
-        shown_[static_cast<size_t>(row)].treeItem)
-        emit ItemChosen(shown_[static_cast<size_t>(row)].treeItem);
+        shown_[static_cast<size_t>(row)]->treeItem)
+        emit ItemChosen(shown_[static_cast<size_t>(row)]->treeItem);
 }
 
 void FindWindow::Enter() {

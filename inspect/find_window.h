@@ -33,7 +33,7 @@ public:
 
     QLineEdit& queryEdit() { return *query_; }
     QListView& nameList() { return *list_; }
-    const std::vector<FindEntry>& shown() const { return shown_; }
+    const std::vector<const FindEntry*>& shown() const { return shown_; }
 
 signals:
     // The tree item the user wants to see (never null).
@@ -45,12 +45,13 @@ protected:
 
 private:
     class NameModel;
-    void ShowMatches();
+    void ShowMatches(const std::vector<FindRow>* featureRows = nullptr,
+                     const std::vector<FindRow>* categoryRows = nullptr);
     void GoToSelection();
     void Enter();
 
     FeatureFinder finder_;
-    std::vector<FindEntry> shown_;
+    std::vector<const FindEntry*> shown_;
     QLineEdit* query_ = nullptr;
     NameModel* names_ = nullptr;
     QListView* list_ = nullptr;

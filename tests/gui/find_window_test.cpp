@@ -47,7 +47,7 @@ TEST(FindWindow, CtrlFOpensItTypingFiltersAndEnterSelectsTheFirstMatch) {
     find.nameList().setFocus();
     Press(find.nameList(), Qt::Key_Down);
     Press(find.nameList(), Qt::Key_Down);
-    EXPECT_EQ(w.window.tree().SelectedItem(), find.shown().at(1).treeItem);
+    EXPECT_EQ(w.window.tree().SelectedItem(), find.shown().at(1)->treeItem);
     Press(find.nameList(), Qt::Key_Return);
     EXPECT_FALSE(find.isVisible());
     // The next find starts afresh; after a level change the list names the new tree items.
@@ -81,9 +81,9 @@ TEST(FindWindow, AnEmbeddedBrowserShownAgainRefillsItsFindList) {
     FindWindow& find = child.findWindow();
     ASSERT_FALSE(find.shown().empty());
     for (const auto& entry : find.shown())
-        ASSERT_NE(child.session().model().RowForItem(const_cast<TreeItem>(entry.treeItem)),
+        ASSERT_NE(child.session().model().RowForItem(const_cast<TreeItem>(entry->treeItem)),
                   nullptr);
     find.nameList().setFocus();
     Press(find.nameList(), Qt::Key_Down);
-    EXPECT_EQ(child.tree().SelectedItem(), find.shown().front().treeItem);
+    EXPECT_EQ(child.tree().SelectedItem(), find.shown().front()->treeItem);
 }
