@@ -24,9 +24,14 @@ struct DialogAnswerer {
             for (QWidget* w : QApplication::topLevelWidgets()) {
                 if (!w->isVisible()) continue;
                 if (auto* files = qobject_cast<QFileDialog*>(w)) {
-                    if (files->property("answered").toBool()) continue;
-                    files->setProperty("answered", true);
-                    modes.push_back(files->acceptMode());
+                    // Answered again when still open after a while: the
+                    // dialog's directory is read by a thread of its own, and
+                    // on a busy machine that read can overtake an answer.
+                    const QVariant answered = files->property("answeredAt");
+                    const qint64 now = QDateTime::currentMSecsSinceEpoch();
+                    if (answered.isValid() && now - answered.toLongLong() < 500) continue;
+                    if (!answered.isValid()) modes.push_back(files->acceptMode());
+                    files->setProperty("answeredAt", now);
                     files->selectFile(QString::fromStdString(path));
                     // Accepted once this slot has returned: a timer's slot is
                     // not run again inside a loop it started, so a box the
