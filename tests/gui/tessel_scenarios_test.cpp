@@ -24,9 +24,9 @@ struct DialogAnswerer {
             for (QWidget* w : QApplication::topLevelWidgets()) {
                 if (!w->isVisible()) continue;
                 if (auto* files = qobject_cast<QFileDialog*>(w)) {
-                    // Answered again when still open after a while: the
-                    // dialog's directory is read by a thread of its own, and
-                    // on a busy machine that read can overtake an answer.
+                    // Answered again when still open after a while: on a busy
+                    // machine the dialog's start-up can put its initial file
+                    // name back after the answer.
                     const QVariant answered = files->property("answeredAt");
                     const qint64 now = QDateTime::currentMSecsSinceEpoch();
                     if (answered.isValid() && now - answered.toLongLong() < 500) continue;
@@ -40,8 +40,12 @@ struct DialogAnswerer {
                         static_cast<QDialog*>(files)->accept(); // QFileDialog::accept, protected there
                     });
                 } else if (auto* box = qobject_cast<QMessageBox*>(w)) {
-                    messages.push_back(box->windowTitle().toStdString() + ": " +
-                                       box->text().toStdString());
+                    // A file dialog's own complaint ("File not found", when
+                    // its start-up overwrote the answer) is no message of the
+                    // window's: confirmed, and the dialog answered again.
+                    if (!qobject_cast<QFileDialog*>(box->parentWidget()))
+                        messages.push_back(box->windowTitle().toStdString() + ": " +
+                                           box->text().toStdString());
                     box->accept();
                 }
             }
