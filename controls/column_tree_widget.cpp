@@ -256,9 +256,6 @@ ColumnWidths ColumnTreeWidget::Widths() const {
 int ColumnTreeWidget::NameColumnWidth() const {
     return header_->sectionSize(0);
 }
-int ColumnTreeWidget::ValueColumnWidth() const {
-    return header_->sectionSize(1);
-}
 
 QRect ColumnTreeWidget::ValueCellRect(TreeItem item) const {
     const QRect row = ItemRect(item);

@@ -72,7 +72,6 @@ public:
     QRect ItemRect(TreeItem item) const; // in viewport coordinates; empty when not shown
 
     int NameColumnWidth() const;
-    int ValueColumnWidth() const;
     void SetColumnWidths(int name, int value);
     int RowPixels() const;
     // The row's value cell (column 1) in viewport coordinates, clipped to the

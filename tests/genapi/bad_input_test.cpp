@@ -270,6 +270,7 @@ TEST_F(BadInput, RegistersThatDoNotFitAndBadTextsRaiseOnUse) {
         @0x100?B00A VendorText=x! Int=garbage! Int=9223372036854775808! Int=1e30! Int=1.5! Int?5
         Int=-9223372036854775809x! Real=nan! Real=1e999! Real.f?1.5 Choice=Two! Choice?One
         Text=longer! Ip=1.2.3.4 Ip?1.2.3.4 Mac=01:23:45:67:89:AB Mac?01:23:45:67:89:AB
+        Ip=1.2.x.4! Mac=01:23:45:67:89:AG! Ip?1.2.3.4 Mac?01:23:45:67:89:AB
     )");
     uint8_t buffer[8] = {};
     EXPECT_NE(raised([&] { CRegisterPtr(d.node("Block"))->Set(buffer, 8); }).find("'Block'"),

@@ -32,6 +32,7 @@ public:
     TestVariables() {
         set("A", 10, 10.0), set("B", 3, 3.0), set("X", 2, 2.5), set("Zero", 0, 0.0);
         set("WIDTH.Max", 640, 640.0), set("Gain.Value", 12, 12.5), set("Foo_1.Bar", 1, 1.0);
+        set("zoom", 4, 4.0);
     }
     void set(const std::string& name, int64_t i, double f) { values_[name] = {i, f, 0}; }
     int reads(const std::string& name) { return std::get<2>(values_.at(name)); }
@@ -195,7 +196,7 @@ TEST(FormulaResults, FunctionsConstantsAndVariables) {
         ABS(NEG(SGN(-3))) => 1 1; SQRT(A*B-5)+X => 7 7.5; PI => 3 3.141592653589793;
         E => 2 2.718281828459045; PI*10 => 31 31.41592653589793; e => 2 2.718281828459045;
         E**0 => 1 1; WIDTH.Max/2 => 320 320; Gain.Value*2 => 24 25; X*2 => 4 5;
-        Foo_1.Bar+WIDTH.Max => 641 641)");
+        Foo_1.Bar+WIDTH.Max => 641 641; zoom*2 => 8 8)");
 }
 
 TEST(FormulaVariablesTest, ResolutionEvaluationAndWhatIsRead) {

@@ -111,7 +111,7 @@ TEST_F(CacheTest, TruncatedOrDamagedCacheFilesAreReplaced) {
     }
 }
 
-// Every bit counts, with either checksum (the portable one serves where
+// Every bit counts, and nothing past the end, with either checksum (the portable one serves where
 // the processor has no CRC instruction).
 TEST(CacheChecksum, EveryBitOfEveryByteCounts) {
     std::string bytes(100, '\0');
@@ -124,6 +124,11 @@ TEST(CacheChecksum, EveryBitOfEveryByteCounts) {
                     << "byte " << at << " bit " << bit;
                 bytes[at] ^= static_cast<char>(1 << bit);
             }
+        // And only the bytes given: what follows them does not.
+        const uint64_t head = sum(bytes.data(), 64);
+        bytes[70] = 'x';
+        EXPECT_EQ(sum(bytes.data(), 64), head);
+        bytes[70] = '\0';
     }
 }
 

@@ -53,6 +53,15 @@ TEST(InPlaceEditing, IntegersAreTypedSteppedAndSlid) {
     EXPECT_EQ(GenApi::CIntegerPtr(w.Node("Width"))->GetValue(), 1024);
     EXPECT_EQ(w.window.errorBox().isHidden() ? "" : w.window.errorBox().toPlainText().toStdString(),
               "1001 is not valid: the value must be 16 plus a multiple of 16.");
+    // Its label shows with it, between the property box and the error box.
+    w.window.layout()->activate();
+    const QList<QLabel*> labels = w.window.findChildren<QLabel*>();
+    const auto label = std::find_if(labels.begin(), labels.end(),
+                                    [](QLabel* l) { return l->text() == "Error message:"; });
+    ASSERT_NE(label, labels.end());
+    EXPECT_TRUE((*label)->isVisible() &&
+                (*label)->geometry().top() > w.window.propertyBox().geometry().bottom() &&
+                (*label)->geometry().bottom() < w.window.errorBox().geometry().top());
 }
 
 TEST(InPlaceEditing, FloatsEntriesAndBooleans) {

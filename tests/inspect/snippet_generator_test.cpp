@@ -108,6 +108,9 @@ TEST(SnippetTexts, ExactLinesPerTypeAndTarget) {
     // The value text is the node's own text form: hex stays hex.
     EXPECT_EQ(FirstLine(Generate(c.node("TorvexScratch")).controlBlock),
               "\tQOR_INT64 TorvexScratch = 0xC0FFEE42;\n");
+    // A variable's name: letters and digits of the name and unit, the micro sign as "u".
+    EXPECT_EQ(VariableName("Exposure_Time", "\xC2\xB5s"), "ExposureTimeInus");
+    EXPECT_EQ(VariableName("Temp", "\xC2\xB0" "C"), "TempInC");
 }
 
 TEST(SnippetTexts, OlderConstantsAndWidthsDecideTheOneLineCalls) {

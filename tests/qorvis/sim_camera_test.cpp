@@ -183,7 +183,7 @@ TEST_F(SimCamera, AcquisitionStartCompletesAfterADelayAndOnlyAcquiredFramesCount
 
 TEST_F(SimCamera, UserSetsSaveLoadAndSurviveAReset) {
     EXPECT_NE(file("UserSet1").find("Width=640\n"), std::string::npos);
-    run("UserSetSelector=UserSet1; UserSetLoad!; Width?640; Height?480; OffsetX?320; "
+    run("UserSetSelector=UserSet1; UserSetLoad!; Width?640; Height?480; OffsetX?320; OffsetY?272; "
         "ExposureTime?5000; Gain?3; "
         // The current state saved as UserSet2, the factory state, and UserSet2 again.
         "Width=800; GainSelector=DigitalAll; Gain=4.25; LineSelector=Line2; LineInverter=1; "
