@@ -164,6 +164,11 @@ TEST(FeatureSets, TwoCamerasDifferingInOneSelectorSliceShowThatLineOnly) {
         ParseFeatureSet("[Other]\nZ = 1\nY = 1.5\nX = 16\nV0 = 3\n# R = \"r\"\n").set);
     EXPECT_EQ(FormatDifferences(sides, "a", "b"),
               "--- a\n+++ b\n-V0 = -3\n+V0 = 3\n+# R = \"r\"\n");
+    // Sections pair by caption unless each side has one.
+    const auto sections = CompareFeatureSets(ParseFeatureSet("[A]\nX = 1\n").set,
+                                             ParseFeatureSet("[B]\nX = 1\n[A]\nX = 2\n").set);
+    EXPECT_EQ(FormatDifferences(sections, "a", "b"),
+              "--- a\n+++ b\n[A]\n-X = 1\n+X = 2\n[B]\n+X = 1\n");
 }
 
 TEST(FeatureSets, MalformedFilesAndUnknownFeaturesNameTheirLineAndWriteNothing) {
