@@ -253,7 +253,7 @@ TEST_F(BadInput, UnknownElementsAreIgnored) {
     Device d("hostile.xml");
     EXPECT_EQ(d.map._GetNode("Widget"), nullptr);
     EXPECT_EQ(d.map._GetNode("Cog"), nullptr);
-    d.play("InGroup?3 Decorated?5 Decorated.prop:Sparkle?yes[Level=high]");
+    d.play("InGroup?3 Decorated?5 Decorated.prop:Sparkle?yes[Level=high] Decorated.prop:Glitter?no");
 }
 
 // Registers whose sizes, bit fields, lengths or ROM contents do not fit raise

@@ -81,7 +81,7 @@ TEST(NodeMap, RegisterCachesAnswerUntilInvalidated) {
         @0x2018=03000000 WriteAroundReg?3 @0x2018=04000000 WriteAroundReg?3 WriteAroundReg=5
         WriteAroundReg.cached?0 @0x2018=06000000 WriteAroundReg?6 @0x2030=01000000 StatusReg?1
         @0x2030=02000000 ModeReg?0 StatusReg?1 ModeReg=1 StatusReg.cached?0 StatusReg?2
-        StatusReg.invalidators?ModeReg @0x2040=11220000 HighByte?34 HighByte.cached?1 LowByte=51
+        StatusReg.invalidators?ModeReg @0x2040=11220000 HighByte?34 LowBit?1 HighByte.cached?1 LowByte=51
         HighByte.cached?0 HighByte=68 @0x2040?33440000 LowByte?51 HighByte?68 @0x2050=01000000
         @0x2060=80020000 Width?640 @0x2060=40010000 Width?640 Binning=2 Width?320 @0x2060=A0000000
         Width?320 Binning.invalidate() Width?160 @0x2060=50000000 Width?160 BinningReg.invalidate()
@@ -178,12 +178,18 @@ TEST(NodeMap, CallbacksFollowWritesInvalidationsAndPolls) {
     int before = count["Start"];
     d.play("@0x40=00000000 Start.done?1 Start.done?1");
     calls({{"Start", before + 1}});
+    // Invalidated twice under one hold of the lock: each node is told once.
+    d.map._Ptr()->GetLock().lock();
+    d.map._Ptr()->InvalidateNodes();
+    d.map._Ptr()->InvalidateNodes();
+    d.map._Ptr()->GetLock().unlock();
+    calls({{"Value", 3}, {"Reg", 2}});
 
     for (auto& [node, handle] : handles)
         EXPECT_TRUE(node->DeregisterCallback(handle));
     EXPECT_FALSE(handles[0].first->DeregisterCallback(handles[0].second));
     d.play("Value=3");
-    calls({{"Value", 2}});
+    calls({{"Value", 3}});
 }
 
 // Root's tree marks features; selectors and selected features know each

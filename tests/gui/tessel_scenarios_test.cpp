@@ -96,6 +96,11 @@ TEST(TesselScenarios, AFileRoundTripThroughTheFileAccessDialog) {
                   dialog->uploadButton().text().toStdString() + "|" +
                   dialog->downloadButton().text().toStdString(),
               "File Access Control|Upload to Camera|Download from Camera");
+    // Enter in the dialog starts no transfer; the description has its label.
+    EXPECT_FALSE(dialog->uploadButton().autoDefault() || dialog->downloadButton().autoDefault());
+    const QList<QLabel*> labels = dialog->findChildren<QLabel*>();
+    EXPECT_TRUE(std::any_of(labels.begin(), labels.end(),
+                            [](QLabel* l) { return l->text() == "Description:"; }));
     // The read-only log offers no upload; the description follows the choice.
     ASSERT_EQ(dialog->fileCombo().count(), 4);
     dialog->fileCombo().setCurrentIndex(3);

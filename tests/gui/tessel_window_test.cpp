@@ -58,6 +58,18 @@ TEST(TesselWindow, ShowsTheCameraTreeThePropertiesOfTheSelectionAndItsColours) {
     EXPECT_FALSE(HasColour(viewport, tree.ItemRect(sensorWidth), QColor(0, 128, 0)));
 }
 
+// Rows that arrive below the shown ones while a tree is built (no resize
+// follows) extend the scroll range.
+TEST(ColumnTreeWidget, RowsArrivingInAShownTreeExtendItsScrollRange) {
+    ColumnTreeWidget tree;
+    tree.resize(300, 200);
+    tree.show();
+    QApplication::processEvents();
+    for (int i = 0; i < 100; ++i)
+        tree.InsertItem(kTopLevel, "Row " + std::to_string(i));
+    EXPECT_GT(tree.verticalScrollBar()->maximum(), 0);
+}
+
 int main(int argc, char** argv) {
     ::testing::InitGoogleTest(&argc, argv);
     // Listing the tests (test discovery at build time) needs no window system.

@@ -1,6 +1,8 @@
 // The C API's objects and control types: settings, constants, texts and the
 // refusals of each, the error state, identifiers and allocation.
+#include <atomic>
 #include <cstring>
+#include <thread>
 #include <limits>
 #include <set>
 #include <span>
@@ -229,6 +231,18 @@ TEST_F(Api, EveryKindAnswersItsTypeAndAGenericIdentifier) {
     EXPECT_FALSE(generics.contains(app) || generics.contains(sys) || generics.contains(0));
     EXPECT_EQ((QthrWait(thread, Q_THREAD_WAIT_END), ran), 1) << "the thread ran its function";
     QthrFree(thread);
+    // A thread may free itself from its own function: it then ends on its own.
+    static std::atomic<QOR_ID> self{0};
+    QOR_ID own = 0;
+    QthrAlloc(sys, [](void*) -> QOR_INT {
+        while (!self) std::this_thread::yield();
+        QthrFree(self);
+        return 0;
+    }, nullptr, &own);
+    self = own;
+    for (int i = 0; i < 2000 && get(On::App, Q_APP_THREAD_COUNT) != 0; ++i)
+        std::this_thread::sleep_for(std::chrono::milliseconds(1));
+    EXPECT_EQ(get(On::App, Q_APP_THREAD_COUNT), 0);
     QdigFree(QdigAlloc(sys, 1, QOR_TEXT(""), Q_DEFAULT, &d));
     EXPECT_GT(QdigAlloc(sys, 1, QOR_TEXT(""), Q_DEFAULT, nullptr), d)
         << "identifiers are not reused";

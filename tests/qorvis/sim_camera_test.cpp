@@ -251,6 +251,7 @@ TEST_F(SimCamera, FileOperationsAtTheEdgesAndThoseNotAllowed) {
     EXPECT_NE(log.find("] ready\n[     0.000] file UserSet2 written, 16778240 bytes\n"),
               std::string::npos)
         << log;
+    EXPECT_NE(log.find("] file UserSet2 deleted\n"), std::string::npos) << log;
 }
 
 TEST(FileStore, TheLogKeepsItsNewestWholeLines) {
