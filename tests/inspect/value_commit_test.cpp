@@ -48,6 +48,7 @@ TEST_F(ValueCommit, RefusedTextWritesNothingAndSaysWhy) {
         {"Width", "12x", "\"12x\" is not an integer."},
         {"Width", "", "\"\" is not an integer."},
         {"Width", "2000", "2000 is out of range: the minimum is 16 and the maximum is 1280."},
+        {"Width", "-2", "-2 is out of range: the minimum is 16 and the maximum is 1280."},
         {"Width", "18", "18 is not valid: the value must be 16 plus a multiple of 4."},
         {"Gain", "abc", "\"abc\" is not a number."},
         {"Gain", "12.5", "12.5 is out of range: the minimum is 0 and the maximum is 12."},

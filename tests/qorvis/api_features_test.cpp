@@ -69,6 +69,7 @@ TEST_F(Features, EachDataTypeReadsAndWritesAndWritesReachTheControlTypes) {
         {'S', "ExternalPowerVoltageAvailable", INT, "", "0", 0, 0},
         {'S', "InterruptTimeout", INT, "250", "250", Q_SYS_INTERRUPT_TIMEOUT, 250},
         {'S', "FanSpeed", STR, "Low", "Low", Q_SYS_FAN_SPEED, 30},
+        {'S', "WatchdogTimeout", STR, "Timeout1s", "Timeout1s", Q_SYS_WATCHDOG_TIMEOUT, 1000},
         {'S', "TemperatureLimit", DBL, "72.5", "72.5", Q_SYS_TEMPERATURE_LIMIT, 725},
         {'S', "PollingEnabled", BOOL, "1", "1", Q_GC_POLLING, Q_TRUE},
         // The register bypasses the feature's increment.

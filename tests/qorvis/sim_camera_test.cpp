@@ -126,6 +126,12 @@ TEST_F(SimCamera, ReadOnlyRegistersIgnoreWritesAlsoInsideAWiderWrite) {
     camera.device.Write(block.data(), reg::kSensorWidth, static_cast<int64_t>(block.size()));
     EXPECT_EQ(raw(reg::kSensorWidth, 8) + raw(reg::kWidth) + raw(reg::kHeight),
               ((1280ull << 32) | 1024) + 100);
+    // One that begins before a read-only register: the bytes before it are taken.
+    const Bytes lead = {1, 2, 3, 4, 9, 9, 9, 9};
+    Bytes back(8);
+    camera.device.Write(lead.data(), reg::kSensorWidth - 4, 8);
+    camera.device.Read(back.data(), reg::kSensorWidth - 4, 8);
+    EXPECT_EQ(Bytes(back.begin(), back.begin() + 4), Bytes(lead.begin(), lead.begin() + 4));
     uint8_t byte = 7;
     EXPECT_THROW(camera.device.Read(&byte, 0, -1), GenICam::InvalidArgumentException);
     EXPECT_THROW(camera.device.Write(&byte, -1, 2), GenICam::InvalidArgumentException);
