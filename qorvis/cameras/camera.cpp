@@ -3,12 +3,11 @@
 // discovery or camera and stays loaded.
 #include "cameras/camera.h"
 
-#include <dlfcn.h>
-
 #include <algorithm>
 #include <cctype>
 
 #include "api/errors.h"
+#include "platform/module_beside.h"
 #include "qorvis.h"
 
 namespace qorvis::cameras {
@@ -24,21 +23,9 @@ std::string lower(std::string s) {
 const AravisLayer& aravis() {
     static std::string failure;
     static const AravisLayer* layer = []() -> const AravisLayer* {
-        // Beside this library, where the build and an installation put it.
-        Dl_info self{};
-        std::string path = "qorvis_aravis.so";
-        if (::dladdr(reinterpret_cast<void*>(&discoverCameras), &self) && self.dli_fname) {
-            const std::string library = self.dli_fname;
-            if (size_t slash = library.rfind('/'); slash != std::string::npos)
-                path = library.substr(0, slash + 1) + path;
-        }
-        void* module = ::dlopen(path.c_str(), RTLD_NOW | RTLD_LOCAL);
-        void* entry = module ? ::dlsym(module, kAravisLayerEntry) : nullptr;
-        if (!entry) {
-            failure = ::dlerror();
-            return nullptr;
-        }
-        return reinterpret_cast<const AravisLayer* (*)()>(entry)();
+        void* entry = quillon::platform::OpenModuleEntry(reinterpret_cast<const void*>(&discoverCameras),
+                                                         "qorvis_aravis.so", kAravisLayerEntry, failure);
+        return entry ? reinterpret_cast<const AravisLayer* (*)()>(entry)() : nullptr;
     }();
     if (!layer) api::fail(Q_ERR_CAMERA, "Aravis could not be loaded.", failure);
     return *layer;

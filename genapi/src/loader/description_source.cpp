@@ -1,6 +1,4 @@
 // Getting description XML out of files and zip archives.
-#include <dlfcn.h>
-
 #include <algorithm>
 #include <cstdio>
 #include <fstream>
@@ -8,6 +6,7 @@
 
 #include "GenICam/exceptions.h"
 #include "loader/loader.h"
+#include "platform/module_beside.h"
 
 namespace GenApi::detail {
 
@@ -35,19 +34,8 @@ std::string readDescriptionFile(const std::string& path, bool zipped) {
 std::string unzipDescription(const void* data, size_t size, const std::string& sourceName) {
     // Loaded once, beside this library; never unloaded.
     static std::string loadFailure;
-    static const UnzipFunction unzip = []() -> UnzipFunction {
-        Dl_info self{};
-        std::string path = "genapi_zip.so";
-        if (::dladdr(reinterpret_cast<void*>(&unzipDescription), &self) && self.dli_fname) {
-            std::string library = self.dli_fname;
-            if (size_t slash = library.rfind('/'); slash != std::string::npos)
-                path = library.substr(0, slash + 1) + path;
-        }
-        void* module = ::dlopen(path.c_str(), RTLD_NOW | RTLD_LOCAL);
-        void* entry = module ? ::dlsym(module, "GenApiUnzipDescription") : nullptr;
-        if (!entry) loadFailure = ::dlerror();
-        return reinterpret_cast<UnzipFunction>(entry);
-    }();
+    static const auto unzip = reinterpret_cast<UnzipFunction>(quillon::platform::OpenModuleEntry(
+        reinterpret_cast<const void*>(&unzipDescription), "genapi_zip.so", "GenApiUnzipDescription", loadFailure));
     if (!unzip)
         throw RUNTIME_EXCEPTION("%s: zip archives cannot be read: %s", sourceName.c_str(), loadFailure.c_str());
     std::string xml, failure;
